@@ -1,0 +1,32 @@
+# Ringfold: the two commands a fresh machine needs are `make run` and `make test`.
+BUILD_DIR ?= build
+CMAKE_ARGS ?=
+RUN_PATH ?= $(HOME)
+
+.PHONY: all bootstrap configure build test run bench clean
+
+all: build
+
+bootstrap:
+	@scripts/bootstrap test
+
+configure: bootstrap
+	@cmake -S . -B $(BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release $(CMAKE_ARGS) >/dev/null
+
+build: configure
+	@cmake --build $(BUILD_DIR)
+
+test: build
+	@ctest --test-dir $(BUILD_DIR) --output-on-failure -j 2
+
+run: build
+	@$(BUILD_DIR)/bin/ringfold-scan $(RUN_PATH)
+
+bench:
+	@scripts/bootstrap bench
+	@cmake -S . -B $(BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release $(CMAKE_ARGS) >/dev/null
+	@cmake --build $(BUILD_DIR)
+	@bench/run $(BENCH_ARGS)
+
+clean:
+	rm -rf $(BUILD_DIR) build-asan build-tsan

@@ -1,0 +1,207 @@
+#include "cli/ScanCommand.h"
+
+#include "cli/Report.h"
+#include "core/model/ByteFormat.h"
+#include "core/scan/BulkScanEngine.h"
+#include "core/scan/FileManagerScanEngine.h"
+#include "core/scan/ScanEngine.h"
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace ringfold::cli {
+
+namespace {
+
+volatile std::sig_atomic_t g_interrupted = 0;
+extern "C" void onInterrupt(int) { g_interrupted = 1; }
+
+const char* kUsage =
+    "Usage: ringfold-scan [options] PATH\n"
+    "Scans the folder PATH and shows where its space goes.\n"
+    "\n"
+    "Options:\n"
+    "  --format=text|json        report format (default text)\n"
+    "  --top N                   how many of the largest items to list (default 10)\n"
+    "  --backend=bulk|enumeration  scanner back-end (default bulk)\n"
+    "  --threads N               scanner threads (default: 4 per processor, 8 to 64)\n"
+    "  --progress, --no-progress live progress on standard error (default: on when\n"
+    "                            standard error is a terminal)\n"
+    "  -h, --help                show this help\n";
+
+struct Options {
+    std::string path;
+    bool json = false;
+    int top = 10;
+    bool enumeration = false;
+    int threads = 0;
+    std::optional<bool> progress;
+};
+
+int fail(const std::string& message) {
+    std::fprintf(stderr, "ringfold-scan: %s\n", message.c_str());
+    return 2;
+}
+
+bool parseInt(const std::string& text, int minimum, int& out) {
+    if (text.empty())
+        return false;
+    char* end = nullptr;
+    errno = 0;
+    long v = std::strtol(text.c_str(), &end, 10);
+    if (errno || *end || v < minimum || v > 1000000)
+        return false;
+    out = static_cast<int>(v);
+    return true;
+}
+
+// Returns an error message, or nothing when the options are good.
+std::optional<std::string> parse(int argc, char** argv, Options& o, bool& help) {
+    bool onlyPaths = false;
+    for (int i = 1; i < argc; ++i) {
+        std::string a = argv[i];
+        auto value = [&](const std::string& flag, std::string& out) -> bool {
+            if (a.rfind(flag + "=", 0) == 0) {
+                out = a.substr(flag.size() + 1);
+                return true;
+            }
+            if (a == flag && i + 1 < argc) {
+                out = argv[++i];
+                return true;
+            }
+            return false;
+        };
+        std::string v;
+        if (onlyPaths || a.empty() || a[0] != '-' || a == "-") {
+            if (!o.path.empty())
+                return "more than one PATH given (" + o.path + ", " + a + ")";
+            o.path = a;
+        } else if (a == "--") {
+            onlyPaths = true;
+        } else if (a == "-h" || a == "--help") {
+            help = true;
+        } else if (value("--format", v)) {
+            if (v != "text" && v != "json")
+                return "unknown format '" + v + "' (use text or json)";
+            o.json = v == "json";
+        } else if (value("--top", v)) {
+            if (!parseInt(v, 0, o.top))
+                return "--top needs a whole number of 0 or more, not '" + v + "'";
+        } else if (value("--backend", v)) {
+            if (v != "bulk" && v != "enumeration")
+                return "unknown backend '" + v + "' (use bulk or enumeration)";
+            o.enumeration = v == "enumeration";
+        } else if (value("--threads", v)) {
+            if (!parseInt(v, 1, o.threads) || o.threads > 1024)
+                return "--threads needs a number from 1 to 1024, not '" + v + "'";
+        } else if (a == "--progress") {
+            o.progress = true;
+        } else if (a == "--no-progress") {
+            o.progress = false;
+        } else if (a == "--format" || a == "--top" || a == "--backend" || a == "--threads") {
+            return a + " needs a value";
+        } else {
+            return "unknown option '" + a + "' (see --help)";
+        }
+    }
+    if (!help && o.path.empty())
+        return "no PATH given (see --help)";
+    return std::nullopt;
+}
+
+void drawProgress(const ScanProgress& p, double seconds) {
+    std::string folder = p.currentFolder();
+    if (folder.size() > 50)
+        folder = "..." + folder.substr(folder.size() - 47);
+    for (char& c : folder)
+        if (static_cast<unsigned char>(c) < 0x20)
+            c = '?';
+    std::fprintf(stderr, "\r\033[K%lld items, %s, %.1f s  %s", static_cast<long long>(p.itemCount()),
+                 formatBinary(p.allocatedBytes()).c_str(), seconds, folder.c_str());
+    std::fflush(stderr);
+}
+
+} // namespace
+
+int runScanCommand(int argc, char** argv) {
+    Options o;
+    bool help = false;
+    if (auto err = parse(argc, argv, o, help))
+        return fail(*err);
+    if (help) {
+        std::fputs(kUsage, stdout);
+        return 0;
+    }
+    struct stat st {};
+    if (::stat(o.path.c_str(), &st) != 0)
+        return fail("cannot scan '" + o.path + "': " + std::strerror(errno));
+    if (!S_ISDIR(st.st_mode))
+        return fail("cannot scan '" + o.path + "': not a folder");
+
+    const bool showProgress = o.progress.value_or(::isatty(STDERR_FILENO) == 1);
+    struct sigaction sa {};
+    sa.sa_handler = onInterrupt;
+    sigemptyset(&sa.sa_mask);
+    ::sigaction(SIGINT, &sa, nullptr);
+    ::sigaction(SIGTERM, &sa, nullptr);
+
+    ScanEngine::Options eo;
+    eo.threads = o.threads;
+    eo.diagnostics = stderr;
+    ScanEngine engine(o.enumeration ? ScanSourceKind::networkVolume
+                                    : ScanSourceKind::favoriteFolder,
+                      activeProcessorCount(), eo);
+    ScanProgress progress;
+    std::stop_source stop;
+    std::optional<ScanResult> result;
+    std::atomic<bool> done{false};
+    const auto start = std::chrono::steady_clock::now();
+    std::jthread scanner([&] {
+        result = engine.scan(o.path, stop.get_token(), &progress);
+        done.store(true, std::memory_order_release);
+    });
+    auto elapsed = [&] {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    };
+    while (!done.load(std::memory_order_acquire)) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        if (g_interrupted && !stop.stop_requested())
+            stop.request_stop();
+        if (showProgress && !stop.stop_requested())
+            drawProgress(progress, elapsed());
+    }
+    scanner.join();
+    const double seconds = elapsed();
+    if (showProgress)
+        std::fputs("\r\033[K", stderr);
+    if (g_interrupted || !result) {
+        std::fputs("ringfold-scan: interrupted\n", stderr);
+        return 130;
+    }
+
+    ReportData d;
+    d.path = result->root->url();
+    d.result = &*result;
+    d.seconds = seconds;
+    d.top = o.top;
+    if (auto* bulk = dynamic_cast<BulkScanEngine*>(&engine.backend())) {
+        d.items = bulk->lastStats().itemCount;
+        d.sharedStreams = bulk->lastStats().sharedStreams;
+    } else if (auto* fm = dynamic_cast<FileManagerScanEngine*>(&engine.backend())) {
+        d.items = fm->lastItemCount();
+    }
+    std::string out = o.json ? jsonReport(d) : textReport(d);
+    std::fwrite(out.data(), 1, out.size(), stdout);
+    return std::fflush(stdout) == 0 ? 0 : 1;
+}
+
+} // namespace ringfold::cli

@@ -1,0 +1,10 @@
+#pragma once
+// The command-line front end of the scanner: options, the live progress line,
+// Ctrl+C, and the text and JSON reports. Core only, no Qt.
+
+namespace ringfold::cli {
+
+/// Exit codes: 0 done, 1 internal failure, 2 bad input, 130 interrupted.
+int runScanCommand(int argc, char** argv);
+
+} // namespace ringfold::cli

@@ -1,0 +1,141 @@
+#pragma once
+// The arena that owns one scanned tree: every FileNode and every name of one scan.
+//
+// Nodes are carved from 1 MiB-aligned chunks of 16,384 records (mapped with mmap, so
+// releasing a tree returns a handful of mappings to the system), names from 256 KiB
+// pool blocks. A chunk header records its tree, its number and the first node identity
+// it hands out, so a node finds its tree and its identity from its own address.
+//
+// Ownership is per tree: hold a std::shared_ptr<Tree> (or a NodePtr, which aliases
+// it) and every node of the tree stays valid, including nodes cut out of their
+// parent. Each scanner thread allocates through its own NodeAllocator; the chunk
+// tables may be read while other threads add chunks.
+
+#include "core/model/FileNode.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace ringfold {
+
+/// The stored fields of a new node.
+struct NodeInit {
+    std::string_view name;
+    bool isDirectory = false;
+    std::int64_t logicalSize = 0;
+    std::int64_t allocatedSize = 0;
+    CloudStatus cloudStatus = CloudStatus::notApplicable;
+    bool isHidden = false;
+    bool isRestricted = false;
+    bool sharesStorage = false;
+    std::optional<Timestamp> modificationDate;
+};
+
+class Tree : public std::enable_shared_from_this<Tree> {
+public:
+    static constexpr std::uint32_t kNodesPerChunk = 16384;
+    static constexpr std::size_t kChunkAlign = std::size_t(1) << 20;
+    static constexpr std::size_t kChunkHeaderBytes = 64;
+    static constexpr std::size_t kNameBlockBytes = std::size_t(1) << 18;
+
+    static std::shared_ptr<Tree> create();
+    ~Tree();
+    Tree(const Tree&) = delete;
+    Tree& operator=(const Tree&) = delete;
+
+    /// The node at an arena index; null for the "none" index.
+    FileNode* nodeAt(std::uint32_t index) const;
+    static std::uint32_t indexOf(const FileNode* node);
+    static Tree& treeOf(const FileNode* node);
+    static NodeID idOf(const FileNode* node);
+    const char* nameAt(std::uint32_t ref) const;
+
+    /// Appends `children` (in order) after the parent's existing children and points
+    /// their parent links at it. The children must have no parent yet. `tail`, when
+    /// given, is the parent's current last child (saves walking the list). Returns the
+    /// new last child.
+    FileNode* linkChildren(FileNode* parent, std::span<FileNode* const> children,
+                           FileNode* tail = nullptr);
+    void appendChild(FileNode* parent, FileNode* child);
+    /// Cuts a node out of its parent's child list and clears its parent link. Its
+    /// subtree is left as it is.
+    void detach(FileNode* node);
+
+    std::string url(const FileNode* node) const;
+    /// Pins a node's location (the scanners do this for the root).
+    void setUrl(const FileNode* node, std::string path);
+
+    NodePtr share(const FileNode* node);
+
+    /// Nodes allocated so far (all threads).
+    std::size_t nodeCount() const { return m_nodeCount.load(std::memory_order_relaxed); }
+    /// Bytes of node chunks and name blocks in use.
+    std::size_t arenaBytes() const;
+
+private:
+    friend class NodeAllocator;
+    Tree() = default;
+
+    template <typename T> class ChunkTable {
+    public:
+        static constexpr std::size_t kBlock = 1024;
+        ~ChunkTable();
+        std::uint32_t add(T* chunk);
+        T* at(std::uint32_t i) const {
+            auto* block = m_blocks[i / kBlock].load(std::memory_order_acquire);
+            return block[i % kBlock].load(std::memory_order_acquire);
+        }
+        std::uint32_t size() const { return m_count.load(std::memory_order_acquire); }
+
+    private:
+        std::atomic<std::atomic<T*>*> m_blocks[kBlock] = {};
+        std::atomic<std::uint32_t> m_count{0};
+    };
+
+    struct NameBlock;
+
+public:
+    struct NodeChunk; // header at the start of each mapping (internal)
+
+private:
+
+    NodeChunk* newNodeChunk(std::uint32_t& chunkNo);
+    NameBlock* newNameBlock(std::uint32_t& blockNo);
+
+    ChunkTable<NodeChunk> m_nodeChunks;
+    ChunkTable<NameBlock> m_nameBlocks;
+    std::atomic<std::size_t> m_nodeCount{0};
+
+    mutable std::mutex m_urlMutex;
+    mutable std::unordered_map<std::uint32_t, std::string> m_urls;
+};
+
+/// Allocates nodes and names for one thread. Cheap to create; holds the current chunk
+/// and name block of its thread and leaves their tails unused when destroyed.
+class NodeAllocator {
+public:
+    explicit NodeAllocator(Tree& tree) : m_tree(&tree) {}
+    FileNode* create(const NodeInit& init);
+    Tree& tree() const { return *m_tree; }
+
+private:
+    std::uint32_t internName(std::string_view name);
+
+    Tree* m_tree;
+    FileNode* m_nextNode = nullptr;
+    FileNode* m_chunkEnd = nullptr;
+    std::uint32_t m_nextIndex = 0;
+    char* m_nameNext = nullptr;
+    char* m_nameEnd = nullptr;
+    std::uint32_t m_nameRef = 0;
+};
+
+} // namespace ringfold
