@@ -33,7 +33,7 @@ const char* kUsage =
     "  --format=text|json        report format (default text)\n"
     "  --top N                   how many of the largest items to list (default 10)\n"
     "  --backend=bulk|enumeration  scanner back-end (default bulk)\n"
-    "  --threads N               scanner threads (default: 4 per processor, 8 to 64)\n"
+    "  --threads N               scanner threads (default: 8 per processor, 8 to 64)\n"
     "  --progress, --no-progress live progress on standard error (default: on when\n"
     "                            standard error is a terminal)\n"
     "  -h, --help                show this help\n";

@@ -237,6 +237,7 @@ std::size_t Tree::arenaBytes() const {
 
 FileNode* NodeAllocator::create(const NodeInit& init) {
     if (m_nextNode == m_chunkEnd) {
+        flushCount();
         std::uint32_t chunkNo = 0;
         Tree::NodeChunk* chunk = m_tree->newNodeChunk(chunkNo);
         m_nextNode = chunk->nodes();
@@ -261,7 +262,7 @@ FileNode* NodeAllocator::create(const NodeInit& init) {
         flags |= FileNode::kShares;
     n->m_flags = flags;
     n->setModificationDate(init.modificationDate);
-    m_tree->m_nodeCount.fetch_add(1, std::memory_order_relaxed);
+    ++m_created;
     return n;
 }
 

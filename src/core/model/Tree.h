@@ -75,7 +75,7 @@ public:
 
     NodePtr share(const FileNode* node);
 
-    /// Nodes allocated so far (all threads).
+    /// Nodes allocated by allocators that have finished or moved to a new chunk.
     std::size_t nodeCount() const { return m_nodeCount.load(std::memory_order_relaxed); }
     /// Bytes of node chunks and name blocks in use.
     std::size_t arenaBytes() const;
@@ -123,11 +123,20 @@ private:
 class NodeAllocator {
 public:
     explicit NodeAllocator(Tree& tree) : m_tree(&tree) {}
+    ~NodeAllocator() { flushCount(); }
+    NodeAllocator(const NodeAllocator&) = delete;
+    NodeAllocator& operator=(const NodeAllocator&) = delete;
     FileNode* create(const NodeInit& init);
     Tree& tree() const { return *m_tree; }
 
 private:
     std::uint32_t internName(std::string_view name);
+    void flushCount() {
+        // Counted per allocator: a shared counter bumped per node costs the
+        // scanner threads a contended cache line each.
+        m_tree->m_nodeCount.fetch_add(m_created, std::memory_order_relaxed);
+        m_created = 0;
+    }
 
     Tree* m_tree;
     FileNode* m_nextNode = nullptr;
@@ -136,6 +145,7 @@ private:
     char* m_nameNext = nullptr;
     char* m_nameEnd = nullptr;
     std::uint32_t m_nameRef = 0;
+    std::size_t m_created = 0;
 };
 
 } // namespace ringfold

@@ -1,7 +1,8 @@
 #pragma once
 // Reads one folder the fast way: getdents64 into a pooled 256 KiB buffer, then one
-// fd-relative statx per entry. Entries come back as BulkEntry records in the order
-// the file system lists them; "." and "..", names beginning with "._", and entries
+// fd-relative statx per entry. (Issuing the statx calls in inode order was measured
+// on a cold ext4 cache and gained nothing, so they follow directory order.) Entries
+// come back as BulkEntry records in the order the file system lists them; "." and "..", names beginning with "._", and entries
 // whose statx fails (deleted meanwhile, or unreadable) are left out.
 //
 // Open descriptors: one for the folder while it is read, plus one transient
@@ -14,6 +15,7 @@
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace ringfold {
 
@@ -70,12 +72,24 @@ public:
     std::int64_t blockSize(int dirfd);
 
 private:
+    struct Listed {
+        std::uint32_t nameOffset;
+        std::uint32_t index; // position in directory order
+    };
+    struct Stated {
+        BulkEntry entry;
+        bool ok;
+    };
+
     bool fill(int fd, int* err);
     bool decode(int dirfd, const char* name, BulkEntry& out);
 
     char* m_buffer;
     long m_used = 0;
     long m_pos = 0;
+    std::string m_names;          // NUL-separated names of the folder being read
+    std::vector<Listed> m_listed; // reused across folders
+    std::vector<Stated> m_stated;
 };
 
 } // namespace ringfold

@@ -27,13 +27,13 @@ DirectoryReader::Status DirectoryReader::read(const std::string& path, const std
             *err = errno;
         return Status::openFailed;
     }
-    Status status = Status::ok;
-    BulkEntry entry;
-    std::int64_t bsize = -1;
+    // List the whole folder first.
+    m_names.clear();
+    m_listed.clear();
     for (;;) {
         if (!fill(fd, err)) {
-            status = Status::readFailed;
-            break;
+            ::close(fd);
+            return Status::readFailed;
         }
         if (m_used == 0)
             break;
@@ -44,24 +44,38 @@ DirectoryReader::Status DirectoryReader::read(const std::string& path, const std
             if (name[0] == '.' &&
                 (name[1] == '\0' || (name[1] == '.' && name[2] == '\0') || name[1] == '_'))
                 continue;
-            if (stop.stop_requested()) {
-                status = Status::cancelled;
-                break;
-            }
-            if (!decode(fd, name, entry))
-                continue;
-            if (entry.allocatedSizeEstimated && entry.allocatedSize >= 1) {
-                if (bsize < 0)
-                    bsize = blockSize(fd);
-                if (bsize > 0)
-                    entry.allocatedSize = (entry.allocatedSize + bsize - 1) / bsize * bsize;
-            }
-            onEntry(static_cast<const BulkEntry&>(entry));
+            auto offset = static_cast<std::uint32_t>(m_names.size());
+            m_names.append(name, std::char_traits<char>::length(name) + 1);
+            m_listed.push_back({offset, static_cast<std::uint32_t>(m_listed.size())});
         }
-        if (status != Status::ok)
-            break;
     }
+    // Then stat them all and hand the good ones out.
+    m_stated.resize(m_listed.size());
+    Status status = Status::ok;
+    bool estimated = false;
+    for (const Listed& l : m_listed) {
+        if (stop.stop_requested()) {
+            status = Status::cancelled;
+            break;
+        }
+        Stated& s = m_stated[l.index];
+        s.ok = decode(fd, m_names.data() + l.nameOffset, s.entry);
+        estimated = estimated || (s.ok && s.entry.allocatedSizeEstimated);
+    }
+    std::int64_t bsize = estimated && status == Status::ok ? blockSize(fd) : 0;
     ::close(fd);
+    if (status != Status::ok)
+        return status;
+    for (Stated& s : m_stated) {
+        if (!s.ok)
+            continue;
+        if (stop.stop_requested())
+            return Status::cancelled;
+        BulkEntry& e = s.entry;
+        if (e.allocatedSizeEstimated && e.allocatedSize >= 1 && bsize > 0)
+            e.allocatedSize = (e.allocatedSize + bsize - 1) / bsize * bsize;
+        onEntry(static_cast<const BulkEntry&>(e));
+    }
     return status;
 }
 

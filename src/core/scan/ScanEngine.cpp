@@ -13,7 +13,7 @@ int activeProcessorCount() {
 }
 
 int defaultScanThreads(int processors) {
-    return std::clamp(processors * 4, 8, 64);
+    return std::clamp(processors * 8, 8, 64);
 }
 
 ScanEngine::ScanEngine(ScanSourceKind kind, int processors)
