@@ -1,0 +1,50 @@
+#pragma once
+// Builds small trees in memory for tests of code that only reads the tree (layout,
+// summaries, view models): no files on disk. Folders get their sizes from
+// `totalFolders()`, the sum of their children, as the scanners do.
+
+#include "core/model/Tree.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+
+namespace ringfold::test {
+
+struct NodeOptions {
+    bool hidden = false;
+    CloudStatus cloud = CloudStatus::notApplicable;
+    /// Defaults to the allocated size.
+    std::optional<std::int64_t> logical = std::nullopt;
+    std::optional<Timestamp> modified = std::nullopt;
+};
+
+class MemoryTree {
+public:
+    explicit MemoryTree(std::string_view rootName = "root");
+
+    FileNode* root() const { return m_root; }
+    NodePtr rootPtr() const { return m_tree->share(m_root); }
+    const std::shared_ptr<Tree>& tree() const { return m_tree; }
+
+    /// Appends a folder (size 0 until `totalFolders`) or a file to `parent`.
+    FileNode* folder(FileNode* parent, std::string_view name, NodeOptions options = {});
+    FileNode* file(FileNode* parent, std::string_view name, std::int64_t allocatedSize,
+                   NodeOptions options = {});
+
+    /// Sets every folder's sizes to the sums over its children (iterative, so deep
+    /// chains are fine). Returns the root's allocated size.
+    std::int64_t totalFolders();
+
+private:
+    FileNode* add(FileNode* parent, const NodeInit& init);
+
+    std::shared_ptr<Tree> m_tree;
+    NodeAllocator m_alloc;
+    FileNode* m_root = nullptr;
+    std::unordered_map<FileNode*, FileNode*> m_tails;
+};
+
+} // namespace ringfold::test
