@@ -1,5 +1,6 @@
 #include "cli/ScanCommand.h"
 
+#include "cli/JunkReport.h"
 #include "cli/Report.h"
 #include "core/model/ByteFormat.h"
 #include "core/scan/BulkScanEngine.h"
@@ -8,7 +9,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <csignal>
+#include <ctime>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,6 +40,8 @@ const char* kUsage =
     "  --threads N               scanner threads (default: 8 per processor, 8 to 64)\n"
     "  --progress, --no-progress live progress on standard error (default: on when\n"
     "                            standard error is a terminal)\n"
+    "  --junk                    also list the junk under PATH: logs, caches, crash\n"
+    "                            reports, leftovers of removed applications\n"
     "  -h, --help                show this help\n";
 
 struct Options {
@@ -45,6 +51,7 @@ struct Options {
     bool enumeration = false;
     int threads = 0;
     std::optional<bool> progress;
+    bool junk = false;
 };
 
 int fail(const std::string& message) {
@@ -107,6 +114,8 @@ std::optional<std::string> parse(int argc, char** argv, Options& o, bool& help) 
             o.progress = true;
         } else if (a == "--no-progress") {
             o.progress = false;
+        } else if (a == "--junk") {
+            o.junk = true;
         } else if (a == "--format" || a == "--top" || a == "--backend" || a == "--threads") {
             return a + " needs a value";
         } else {
@@ -163,17 +172,29 @@ int runScanCommand(int argc, char** argv) {
     ScanProgress progress;
     std::stop_source stop;
     std::optional<ScanResult> result;
-    std::atomic<bool> done{false};
+    // The scan thread signals the end at once; polling with a sleep would add up to
+    // one poll interval to every scan's wall time.
+    std::mutex doneMutex;
+    std::condition_variable doneSignal;
+    bool done = false;
     const auto start = std::chrono::steady_clock::now();
     std::jthread scanner([&] {
         result = engine.scan(o.path, stop.get_token(), &progress);
-        done.store(true, std::memory_order_release);
+        {
+            std::lock_guard lock(doneMutex);
+            done = true;
+        }
+        doneSignal.notify_one();
     });
     auto elapsed = [&] {
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     };
-    while (!done.load(std::memory_order_acquire)) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    for (;;) {
+        {
+            std::unique_lock lock(doneMutex);
+            if (doneSignal.wait_for(lock, std::chrono::milliseconds(50), [&] { return done; }))
+                break;
+        }
         if (g_interrupted && !stop.stop_requested())
             stop.request_stop();
         if (showProgress && !stop.stop_requested())
@@ -200,6 +221,14 @@ int runScanCommand(int argc, char** argv) {
         d.items = fm->lastItemCount();
     }
     std::string out = o.json ? jsonReport(d) : textReport(d);
+    if (o.junk) {
+        const auto junk = findJunk(*result->root, JunkPlaces::fromEnvironment(),
+                                   static_cast<Timestamp>(std::time(nullptr)));
+        if (o.json && out.size() >= 2 && out.compare(out.size() - 2, 2, "}\n") == 0)
+            out.replace(out.size() - 2, 2, ", \"junk\": " + junkJsonArray(junk) + "}\n");
+        else
+            out += junkTextReport(junk);
+    }
     std::fwrite(out.data(), 1, out.size(), stdout);
     return std::fflush(stdout) == 0 ? 0 : 1;
 }

@@ -1,0 +1,78 @@
+#include "cli/JunkReport.h"
+
+#include "cli/Report.h"
+#include "core/junk/InstalledApplications.h"
+#include "core/model/ByteFormat.h"
+
+#include <cstdio>
+
+namespace ringfold::cli {
+
+namespace {
+
+const char* rawConfidence(JunkConfidence c) {
+    switch (c) {
+    case JunkConfidence::high:
+        return "high";
+    case JunkConfidence::medium:
+        return "medium";
+    case JunkConfidence::orphaned:
+        return "orphaned";
+    }
+    return "medium";
+}
+
+} // namespace
+
+std::vector<JunkItem> findJunk(const FileNode& root, const JunkPlaces& places, Timestamp now) {
+    const InstalledApplications apps(InstalledApplications::Locations::fromEnvironment());
+    JunkClassifier classifier;
+    classifier.places = places;
+    classifier.now = now;
+    classifier.diagnosticReportsMaxAge = JunkClassifier::daysToSeconds(30);
+    classifier.cachesDerivedDataMaxAge = JunkClassifier::daysToSeconds(14);
+    classifier.orphanedBundleIDs = JunkClassifier::orphanedBundleIDsFrom(
+        JunkClassifier::candidateBundleIDs(root, places),
+        [&apps](const std::string& id) { return apps.isInstalled(id); });
+    return classifier.classify(root);
+}
+
+std::string junkTextReport(const std::vector<JunkItem>& items) {
+    if (items.empty())
+        return "\nJunk: none found\n";
+    std::int64_t high = 0, total = 0;
+    for (const JunkItem& item : items) {
+        total += item.node->allocatedSize();
+        if (item.confidence == JunkConfidence::high)
+            high += item.node->allocatedSize();
+    }
+    std::string out = "\nJunk (" + formatBinary(total) + " in " + std::to_string(items.size()) +
+                      (items.size() == 1 ? " item, " : " items, ") + formatBinary(high) +
+                      " high confidence):\n";
+    char line[128];
+    for (const JunkItem& item : items) {
+        std::snprintf(line, sizeof line, "  %-22s %-9s %11s  ", displayName(item.category),
+                      label(item.confidence), formatBinary(item.node->allocatedSize()).c_str());
+        std::string path = item.node->url();
+        for (char& ch : path)
+            if (static_cast<unsigned char>(ch) < 0x20)
+                ch = '?';
+        out += line + path + "\n";
+    }
+    return out;
+}
+
+std::string junkJsonArray(const std::vector<JunkItem>& items) {
+    std::string out = "[";
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        const JunkItem& item = items[i];
+        out += i ? ", {" : "{";
+        out += "\"category\": " + jsonString(rawValue(item.category)) + ", ";
+        out += "\"confidence\": " + jsonString(rawConfidence(item.confidence)) + ", ";
+        out += "\"allocatedSize\": " + std::to_string(item.node->allocatedSize()) + ", ";
+        out += "\"path\": " + jsonString(item.node->url()) + "}";
+    }
+    return out + "]";
+}
+
+} // namespace ringfold::cli
