@@ -1,0 +1,163 @@
+#include "app/operations/FileTransfer.h"
+
+#include "app/operations/FileTreeOps.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <optional>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace ringfold {
+
+namespace {
+
+using Fd = FileTreeOps::Fd;
+
+struct PathParts {
+    std::string parent;
+    std::string name;
+};
+
+std::optional<PathParts> splitPath(std::string path) {
+    while (path.size() > 1 && path.back() == '/')
+        path.pop_back();
+    const std::size_t slash = path.rfind('/');
+    PathParts p;
+    if (slash == std::string::npos) {
+        p.parent = ".";
+        p.name = path;
+    } else {
+        p.parent = slash == 0 ? "/" : path.substr(0, slash);
+        p.name = path.substr(slash + 1);
+    }
+    if (p.name.empty() || p.name == "." || p.name == "..")
+        return std::nullopt;
+    return p;
+}
+
+// A folder cannot go into itself or one of its own subfolders.
+bool isInside(const std::string& destinationParent, const std::string& sourceFolder) {
+    char* a = ::realpath(destinationParent.c_str(), nullptr);
+    char* b = ::realpath(sourceFolder.c_str(), nullptr);
+    bool inside = false;
+    if (a && b) {
+        const std::string parent(a), source(b);
+        inside = parent == source || parent.rfind(source + (source == "/" ? "" : "/"), 0) == 0;
+    }
+    std::free(a);
+    std::free(b);
+    return inside;
+}
+
+// renameat2 without RENAME_NOREPLACE support (some network and FUSE file systems):
+// claim the name first with an operation that fails on an existing entry.
+int renameClaimingName(const std::string& src, const std::string& dst, const struct stat& st) {
+    if (S_ISDIR(st.st_mode)) {
+        if (::mkdir(dst.c_str(), 0700) != 0)
+            return errno;
+        if (::rename(src.c_str(), dst.c_str()) == 0) // replaces only our empty folder
+            return 0;
+        const int e = errno;
+        ::rmdir(dst.c_str());
+        return e;
+    }
+    if (::link(src.c_str(), dst.c_str()) == 0) {
+        if (::unlink(src.c_str()) == 0)
+            return 0;
+        const int e = errno;
+        ::unlink(dst.c_str());
+        return e;
+    }
+    if (errno != EPERM && errno != EOPNOTSUPP && errno != EMLINK)
+        return errno;
+    Fd claim(::open(dst.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (!claim)
+        return errno;
+    if (::rename(src.c_str(), dst.c_str()) == 0)
+        return 0;
+    const int e = errno;
+    ::unlink(dst.c_str());
+    return e;
+}
+
+struct Endpoints {
+    PathParts src, dst;
+    Fd srcParent, dstParent;
+    struct stat st {};
+};
+
+int prepare(const std::string& source, const std::string& destination, Endpoints& ep) {
+    auto s = splitPath(source);
+    auto d = splitPath(destination);
+    if (!s || !d)
+        return EINVAL;
+    ep.src = *s;
+    ep.dst = *d;
+    ep.srcParent.reset(::open(ep.src.parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!ep.srcParent)
+        return errno;
+    ep.dstParent.reset(::open(ep.dst.parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!ep.dstParent)
+        return errno;
+    if (::fstatat(ep.srcParent.get(), ep.src.name.c_str(), &ep.st, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno;
+    if (S_ISDIR(ep.st.st_mode) && isInside(ep.dst.parent, source))
+        return EINVAL;
+    return 0;
+}
+
+int copyInto(Endpoints& ep) {
+    bool created = false;
+    int e = FileTreeOps::copyEntry(ep.srcParent.get(), ep.src.name.c_str(), ep.dstParent.get(),
+                                   ep.dst.name.c_str(), created);
+    if (e && created)
+        FileTreeOps::removeTree(ep.dstParent.get(), ep.dst.name.c_str(), true);
+    return e;
+}
+
+} // namespace
+
+int FileTransfer::copy(const std::string& source, const std::string& destination) {
+    Endpoints ep;
+    if (int e = prepare(source, destination, ep))
+        return e;
+    return copyInto(ep);
+}
+
+int FileTransfer::move(const std::string& source, const std::string& destination) {
+    Endpoints ep;
+    if (int e = prepare(source, destination, ep))
+        return e;
+    const char* src = ep.src.name.c_str();
+    const char* dst = ep.dst.name.c_str();
+    if (::renameat2(ep.srcParent.get(), src, ep.dstParent.get(), dst, RENAME_NOREPLACE) == 0)
+        return 0;
+    int e = errno;
+    if (e == EINVAL || e == ENOSYS || e == EOPNOTSUPP)
+        e = renameClaimingName(source, destination, ep.st);
+    if (e != EXDEV)
+        return e;
+
+    if (int check = FileTreeOps::checkRemovable(ep.srcParent.get(), src, ep.st.st_dev))
+        return check;
+    if (::faccessat(ep.srcParent.get(), ".", W_OK | X_OK, 0) != 0)
+        return errno;
+    if (int copied = copyInto(ep))
+        return copied;
+    if (int differs = FileTreeOps::verifyTree(ep.srcParent.get(), src, ep.dstParent.get(), dst)) {
+        FileTreeOps::removeTree(ep.dstParent.get(), dst, true);
+        return differs;
+    }
+    return FileTreeOps::removeTree(ep.srcParent.get(), src, false);
+}
+
+std::string FileTransfer::message(int error) {
+    return std::system_category().message(error);
+}
+
+} // namespace ringfold

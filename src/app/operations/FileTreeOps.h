@@ -1,0 +1,54 @@
+#pragma once
+// The recursive pieces of moving and copying on disk, on folder descriptors and
+// names (the *at system calls), so that renamed or replaced parent folders cannot
+// redirect them. Every function returns 0 or an errno value. Blocking; callers make
+// one call per item from one thread.
+
+#include <string>
+#include <sys/stat.h>
+#include <vector>
+
+namespace ringfold {
+
+class FileTreeOps {
+public:
+    /// Owns one descriptor.
+    class Fd {
+    public:
+        explicit Fd(int fd = -1) : m_fd(fd) {}
+        ~Fd();
+        Fd(const Fd&) = delete;
+        Fd& operator=(const Fd&) = delete;
+        int get() const { return m_fd; }
+        explicit operator bool() const { return m_fd >= 0; }
+        void reset(int fd);
+        int release() {
+            int fd = m_fd;
+            m_fd = -1;
+            return fd;
+        }
+
+    private:
+        int m_fd;
+    };
+
+    static int openDirectory(int dir, const char* name);
+    /// The entry names of an open folder, without "." and "..".
+    static int entryNames(int dirFd, std::vector<std::string>& out);
+    /// Copies one item (recursively) to a new name, which must not exist. `created`
+    /// tells whether the new top-level entry was made, so the caller can remove it.
+    static int copyEntry(int srcDir, const char* srcName, int dstDir, const char* dstName,
+                         bool& created);
+    /// Removes an item and everything in it. `ownCopy`: the item is a partial copy of
+    /// ours, whose folders may carry read-only bits copied from the source.
+    static int removeTree(int dir, const char* name, bool ownCopy);
+    /// Compares a copy with its source: same kinds, names, link targets and bytes. A
+    /// difference reads as EIO.
+    static int verifyTree(int srcDir, const char* srcName, int dstDir, const char* dstName);
+    /// Whether the whole item can be removed once it is copied, so that a move across
+    /// file systems does not stop half-way through deleting it: folders readable and
+    /// writable, no other file system (`device`) mounted inside.
+    static int checkRemovable(int dir, const char* name, dev_t device);
+};
+
+} // namespace ringfold

@@ -1,0 +1,111 @@
+#pragma once
+// The places the user can scan: "This Computer" (the root file system), the other
+// mounted volumes in mount-table order, and the favourite folders in stored order;
+// the selection; which source is being scanned and the stop handle of that scan;
+// each source's last-scan record and capacities (bytes). Volume identities are
+// fresh per run and survive remounts while the program runs; favourite identities
+// are persisted by the FavoritesStore. A VolumeWatcher keeps the volume list current.
+//
+// Threads: main thread only. Scans run elsewhere; they are stopped through the
+// std::stop_source handed to beginScan.
+
+#include "app/platform/MountTable.h"
+#include "app/stores/FavoritesStore.h"
+#include "core/model/Types.h"
+
+#include <QObject>
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <vector>
+
+namespace ringfold {
+
+class VolumeWatcher;
+
+class SidebarViewModel : public QObject {
+    Q_OBJECT
+
+public:
+    /// Where the volume facts come from; the defaults read the running system.
+    struct Options {
+        std::string mountInfoPath = "/proc/self/mountinfo";
+        MountSystemPaths systemPaths;
+        bool watchVolumes = true;
+    };
+
+    /// A null store means the default favourites file.
+    explicit SidebarViewModel(std::unique_ptr<FavoritesStore> store = nullptr,
+                              QObject* parent = nullptr);
+    SidebarViewModel(std::unique_ptr<FavoritesStore> store, Options options,
+                     QObject* parent = nullptr);
+    ~SidebarViewModel() override;
+
+    const ScanSource& thisComputer() const { return m_thisComputer; }
+    const std::vector<ScanSource>& volumes() const { return m_volumes; }
+    const std::vector<ScanSource>& favorites() const { return m_favorites; }
+    std::optional<Uuid> selectedSourceID() const { return m_selectedSourceID; }
+    std::optional<Uuid> scanningSourceID() const { return m_scanningSourceID; }
+    const FavoritesStore& favoritesStore() const { return *m_favoritesStore; }
+    bool hasScanTask() const { return m_scanTask.has_value(); }
+
+    void setSelectedSourceID(std::optional<Uuid> id);
+
+    /// This Computer, else the first volume, else the first favourite with that id.
+    const ScanSource* source(const Uuid& id) const;
+
+    /// Re-reads the mounted volumes. A volume at a mount point seen before in this run
+    /// (listed now or unmounted since) keeps its id and last-scan date and size, takes
+    /// the new name, kind and capacities, and loses its restricted mark. The selection
+    /// is left alone.
+    void refreshVolumes();
+    /// Adds a favourite unless one has the same (cleaned) path; the name defaults to
+    /// the folder's last path component. Saves the favourites.
+    void addFavorite(const std::string& path, std::optional<std::string> displayName = {});
+    /// Removes the favourite and saves; clears the selection when it was selected.
+    void removeFavorite(const Uuid& id);
+    /// The settings window's reset: stops any scan and clears the selection, restores
+    /// the default favourites (saved at once) and forgets every volume's records.
+    void resetFavoritesAndScanRecords();
+
+    // Scan bookkeeping for the coordinator.
+    /// Stops any running scan, then remembers `task` as the scan of `id`.
+    void beginScan(const Uuid& id, std::stop_source task);
+    /// Clears the scan state only if `id` is still the scanning source.
+    void finishScan(const Uuid& id);
+    /// Stops and forgets the running scan; clears scanning source and selection.
+    void cancelScan();
+    void clearLastScan(const Uuid& id);
+    void recordScan(const Uuid& id, Timestamp date, std::int64_t allocatedSize, bool restricted);
+
+signals:
+    void thisComputerChanged();
+    void volumesChanged();
+    void favoritesChanged();
+    void selectedSourceIDChanged();
+    void scanningSourceIDChanged();
+
+private:
+    ScanSource* mutableSource(const Uuid& id);
+    void notifySourceChanged(const ScanSource* source);
+    void setScanningSourceID(std::optional<Uuid> id);
+    void setFavorites(std::vector<ScanSource> favorites);
+    std::vector<MountEntry> mountTable() const;
+
+    ScanSource m_thisComputer;
+    std::vector<ScanSource> m_volumes;
+    std::vector<ScanSource> m_favorites;
+    // Volumes that were unmounted, by mount point: a remount gets its identity and
+    // last-scan record back even when the unmount was seen first.
+    std::map<std::string, ScanSource> m_departedVolumes;
+    std::optional<Uuid> m_selectedSourceID;
+    std::optional<Uuid> m_scanningSourceID;
+    std::unique_ptr<FavoritesStore> m_favoritesStore;
+    VolumeWatcher* m_volumeWatcher = nullptr;
+    std::optional<std::stop_source> m_scanTask;
+    Options m_options;
+};
+
+} // namespace ringfold

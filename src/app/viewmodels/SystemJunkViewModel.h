@@ -1,0 +1,95 @@
+#pragma once
+// The System Junk panel's data: runs the junk classifier over the current tree when
+// the tree or one of the two age settings changes, groups the items by category (in
+// category order), totals the high-confidence bytes, and pre-selects every
+// high-confidence item that is not hidden in the cleanup list.
+//
+// A run has one suspension point: the installed-application lookups for the orphan
+// rules, which run on the thread pool. Everything else, including publishing the
+// groups and the pre-selection, happens on the main thread. A new run (or a root of
+// none) cancels the previous one, and a cancelled run publishes nothing. The run
+// holds the root it classifies, so its tree stays alive until the run ends.
+//
+// Threads: main thread only. Sizes are signed allocated bytes.
+
+#include "core/junk/JunkClassifier.h"
+
+#include <QFuture>
+#include <QObject>
+#include <QPointer>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+template <typename T> class QFutureWatcher;
+
+namespace ringfold {
+
+class CleanupListStore;
+
+class SystemJunkViewModel : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(
+        qint64 highConfidenceTotal READ highConfidenceTotal NOTIFY highConfidenceTotalChanged)
+
+public:
+    struct CategoryGroup {
+        JunkCategory category;
+        std::vector<JunkItem> items; // classifier order
+        /// Allocated bytes of the group's items.
+        std::int64_t totalSize() const;
+    };
+
+    using IDSet = std::unordered_set<std::string>;
+    /// Starts the installed-application lookups for the candidates; the future's one
+    /// result is the set of candidates without an installed application.
+    using OrphanLookup = std::function<QFuture<IDSet>(std::vector<std::string>)>;
+    using PlacesProvider = std::function<JunkPlaces()>;
+    using Clock = std::function<Timestamp()>;
+
+    /// The platform's lookups, the current user's folders and the system clock.
+    explicit SystemJunkViewModel(QObject* parent = nullptr);
+    SystemJunkViewModel(OrphanLookup lookup, PlacesProvider places, Clock clock,
+                        QObject* parent = nullptr);
+    ~SystemJunkViewModel() override;
+
+    /// The only entry point, called after every change of the tree or of the two
+    /// settings. Returns at once; a new classification finishes later on the main
+    /// thread. Nothing happens when the root and both day counts are the ones of the
+    /// last call.
+    void classify(const NodePtr& root, CleanupListStore& cleanupList, int diagnosticAgeDays,
+                  int cacheStalenessAgeDays);
+
+    const std::vector<CategoryGroup>& groups() const { return m_groups; }
+    std::int64_t highConfidenceTotal() const { return m_highConfidenceTotal; }
+    /// Whether a classification is waiting for its lookups.
+    bool isClassifying() const { return m_pending != nullptr; }
+
+signals:
+    void groupsChanged();
+    void highConfidenceTotalChanged();
+
+private:
+    void cancelPending();
+    void finish(const NodePtr& root, const IDSet& orphans, double diagnosticMaxAge,
+                double cacheMaxAge, const JunkPlaces& places);
+    void setHighConfidenceTotal(std::int64_t total);
+
+    OrphanLookup m_lookup;
+    PlacesProvider m_places;
+    Clock m_clock;
+
+    std::vector<CategoryGroup> m_groups;
+    std::int64_t m_highConfidenceTotal = 0;
+    std::optional<NodeID> m_lastClassifiedRootID;
+    std::optional<int> m_lastDiagnosticAgeDays;
+    std::optional<int> m_lastCacheStalenessAgeDays;
+    QFutureWatcher<IDSet>* m_pending = nullptr;
+    QPointer<CleanupListStore> m_cleanupList;
+};
+
+} // namespace ringfold
