@@ -1,0 +1,88 @@
+#include "core/scan/ScanSupport.h"
+
+#include "core/scan/BulkScanEngine.h"
+#include "core/scan/FileManagerScanEngine.h"
+#include "core/scan/ScanEngine.h"
+
+#include "support/FixtureTree.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+namespace ringfold {
+namespace {
+
+TEST(StandardizePath, ResolvesDotsAndSlashesLexically) {
+    EXPECT_EQ(standardizePath("/a/./b//c/"), "/a/b/c");
+    EXPECT_EQ(standardizePath("/a/b/../c"), "/a/c");
+    EXPECT_EQ(standardizePath("/home/.."), "/");
+    EXPECT_EQ(standardizePath("/.."), "/");
+    EXPECT_EQ(standardizePath("/../../x"), "/x");
+    EXPECT_EQ(standardizePath("//"), "/");
+    EXPECT_EQ(standardizePath("/a/.hidden/..x"), "/a/.hidden/..x");
+    char cwd[4096];
+    ASSERT_NE(::getcwd(cwd, sizeof cwd), nullptr);
+    EXPECT_EQ(standardizePath("rel/../y"), standardizePath(std::string(cwd) + "/y"));
+}
+
+TEST(FileSystemRoot, OnlyPathsThatResolveToSlash) {
+    EXPECT_TRUE(isFileSystemRoot("/"));
+    EXPECT_TRUE(isFileSystemRoot("/home/.."));
+    EXPECT_TRUE(isFileSystemRoot("/tmp/../"));
+    EXPECT_TRUE(isFileSystemRoot("//."));
+    EXPECT_FALSE(isFileSystemRoot("/home"));
+    EXPECT_FALSE(isFileSystemRoot("/home/../tmp"));
+}
+
+TEST(FileSystemRoot, SkipsThePseudoFileSystems) {
+    const std::set<std::string> expected = {"/proc", "/sys", "/dev", "/run"};
+    EXPECT_EQ(systemRootSkipPaths("/"), expected);
+    EXPECT_EQ(systemRootSkipPaths("/usr/.."), expected);
+}
+
+TEST(DeviceProbe, FoldsTheDeviceNumberAndFailsQuietly) {
+    test::FixtureTree fx;
+    struct stat st {};
+    ASSERT_EQ(::stat(fx.root().c_str(), &st), 0);
+    EXPECT_EQ(defaultDeviceID(fx.root()), foldDeviceID(major(st.st_dev), minor(st.st_dev)));
+    EXPECT_EQ(defaultDeviceID(fx.fullPath("missing")), std::nullopt);
+    EXPECT_EQ(foldDeviceID(8, 1), (8u << 20) | 1u);
+    EXPECT_EQ(foldDeviceID(0x1FFF, 0x1FFFFF), 0xFFFFFFFFu); // extra bits are dropped
+}
+
+TEST(PathHelpers, ChildPathsAndRootNames) {
+    EXPECT_EQ(childPath("/", "etc"), "/etc");
+    EXPECT_EQ(childPath("/home", "ann"), "/home/ann");
+    EXPECT_EQ(rootDisplayName("/"), "/");
+    EXPECT_EQ(rootDisplayName("/home/ann"), "ann");
+}
+
+TEST(ScanEngineChoice, NetworkVolumesUseTheEnumerationBackEndEverythingElseTheBulkOne) {
+    for (auto kind : {ScanSourceKind::internalVolume, ScanSourceKind::externalVolume,
+                      ScanSourceKind::favoriteFolder}) {
+        ScanEngine engine(kind, 2, ScanEngine::Options{0, nullptr});
+        EXPECT_NE(dynamic_cast<BulkScanEngine*>(&engine.backend()), nullptr) << toString(kind);
+    }
+    ScanEngine network(ScanSourceKind::networkVolume, 2, ScanEngine::Options{0, nullptr});
+    EXPECT_NE(dynamic_cast<FileManagerScanEngine*>(&network.backend()), nullptr);
+    EXPECT_GE(activeProcessorCount(), 1);
+}
+
+TEST(ScanEngineChoice, ScanReturnsTheBackEndsResultUnchanged) {
+    test::FixtureTree fx;
+    fx.writeFile("a/b.txt", 1234);
+    ScanEngine engine(ScanSourceKind::favoriteFolder, 2, ScanEngine::Options{3, nullptr});
+    auto r = engine.scan(fx.root());
+    ASSERT_TRUE(r);
+    EXPECT_EQ(r->root->logicalSize(), 1234);
+    EXPECT_EQ(r->accounting.enumeratedAllocatedSize, r->root->allocatedSize());
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_FALSE(engine.scan(fx.root(), stop.get_token()));
+}
+
+} // namespace
+} // namespace ringfold

@@ -1,0 +1,64 @@
+#pragma once
+// Runs another program for tests (the ringfold-scan binary, du, find, setpriv) with
+// its standard output and standard error captured through pipes.
+//
+// start() spawns with posix_spawnp (PATH is searched); waitForOutput() lets a test
+// wait until the child has written something before it signals it; finish() reads
+// both pipes to their end and reaps the child, killing it when the time limit
+// passes. One object per child, used from one thread.
+
+#include <chrono>
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+#include <vector>
+
+namespace ringfold::test {
+
+struct CommandResult {
+    /// Exit status when the child exited normally, else -1.
+    int exitCode = -1;
+    /// The signal that ended the child, else 0.
+    int signal = 0;
+    bool timedOut = false;
+    std::string out;
+    std::string err;
+};
+
+class ChildProcess {
+public:
+    ChildProcess() = default;
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    /// Spawns `argv` (argv[0] searched in PATH). Throws std::runtime_error on failure.
+    void start(const std::vector<std::string>& argv);
+    pid_t pid() const { return m_pid; }
+
+    /// Reads from both pipes until `needle` appears in standard error (or, with
+    /// `fromStdout`, in standard output), the pipe closes, or `timeout` passes.
+    /// Returns whether it appeared.
+    bool waitForOutput(std::string_view needle, std::chrono::milliseconds timeout,
+                       bool fromStdout = false);
+
+    /// Reads the rest of both pipes and waits for the child; after `timeout` the child
+    /// is killed with SIGKILL and the result says so.
+    CommandResult finish(std::chrono::milliseconds timeout = std::chrono::seconds(120));
+
+private:
+    // One poll round over the open pipes; false when both are closed or `until` passed.
+    bool pump(std::chrono::steady_clock::time_point until);
+
+    pid_t m_pid = -1;
+    int m_out = -1;
+    int m_err = -1;
+    std::string m_outText;
+    std::string m_errText;
+};
+
+/// Runs a command to its end and returns what it printed and how it ended.
+CommandResult runCommand(const std::vector<std::string>& argv,
+                         std::chrono::milliseconds timeout = std::chrono::seconds(120));
+
+} // namespace ringfold::test
