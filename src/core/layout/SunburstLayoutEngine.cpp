@@ -164,17 +164,7 @@ void SunburstLayoutEngine::layoutVolumeRing(const RingContext& ctx, const FileNo
     const double inner = ctx.radii[0];
     const double outer = ctx.radii[1] - style.ringGap;
 
-    std::vector<FileNode*> nodes;
-    std::int64_t hiddenSum = 0;
-    bool hasHidden = false;
-    for (FileNode* c : node.children()) {
-        if (groupHiddenItems && isGroupedHidden(*c, node)) {
-            hasHidden = true;
-            hiddenSum += c->allocatedSize();
-        } else {
-            nodes.push_back(c);
-        }
-    }
+    auto [nodes, hiddenSum, hasHidden] = splitHiddenChildren(node, groupHiddenItems);
     sortBySizeDescending(nodes);
 
     const bool rootLevel = coloring.isRootLevel();

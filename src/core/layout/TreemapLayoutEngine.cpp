@@ -30,17 +30,7 @@ TreemapLayoutEngine::buildItems(const FileNode& node,
     TopLevelColoring coloring(node, smallerObjectsThreshold);
     const bool rootLevel = coloring.isRootLevel();
 
-    std::vector<FileNode*> children;
-    std::int64_t hiddenSum = 0;
-    bool hasHidden = false;
-    for (FileNode* c : node.children()) {
-        if (groupHiddenItems && isGroupedHidden(*c, node)) {
-            hasHidden = true;
-            hiddenSum += c->allocatedSize();
-        } else {
-            children.push_back(c);
-        }
-    }
+    auto [children, hiddenSum, hasHidden] = splitHiddenChildren(node, groupHiddenItems);
 
     Items result;
     auto& items = result.items;

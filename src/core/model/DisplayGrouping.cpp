@@ -65,6 +65,20 @@ std::vector<DisplayChild> displayChildren(const FileNode& folder, bool groupHidd
     return out;
 }
 
+VisibleChildren splitHiddenChildren(const FileNode& folder, bool groupHidden) {
+    VisibleChildren out;
+    const std::int64_t parentAllocated = folder.allocatedSize();
+    for (FileNode* c : folder.children()) {
+        if (groupHidden && groupedHidden(*c, parentAllocated)) {
+            out.hasHidden = true;
+            out.hiddenAllocated += c->allocatedSize();
+        } else {
+            out.nodes.push_back(c);
+        }
+    }
+    return out;
+}
+
 void sortBySizeDescending(std::vector<FileNode*>& nodes) {
     std::stable_sort(nodes.begin(), nodes.end(), [](const FileNode* a, const FileNode* b) {
         return a->allocatedSize() > b->allocatedSize();

@@ -76,6 +76,15 @@ bool isGroupedHidden(const FileNode& child, const FileNode& parent);
 /// A child strictly below `threshold` (a fraction) of its folder's allocated size.
 bool isSmallerObject(const FileNode& child, const FileNode& parent, double threshold);
 
+/// A folder's children split for a map: the ones that stay their own entries (child
+/// order), and the allocated total of the hidden ones grouped away.
+struct VisibleChildren {
+    std::vector<FileNode*> nodes;
+    std::int64_t hiddenAllocated = 0;
+    bool hasHidden = false;
+};
+VisibleChildren splitHiddenChildren(const FileNode& folder, bool groupHidden);
+
 /// The folder's children as display entries: nodes in child order, then one hidden
 /// items aggregate last when `groupHidden` found members. Never builds the
 /// smaller-objects aggregate: consumers decide that after sorting.

@@ -2,9 +2,12 @@
 
 #include "core/model/Tree.h"
 #include "core/scan/CloudStatusDetector.h"
+#include "core/scan/DirectoryReader.h"
 
 #include <chrono>
+#include <climits>
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <vector>
@@ -22,14 +25,39 @@ struct Frame {
     std::int64_t logical = 0;
     std::int64_t allocated = 0;
     bool hadError = false;
+    // Children that were not entered (files, skipped and unreadable folders) and their
+    // allocated bytes: what this folder adds to the progress figures. Entered subfolders
+    // report for themselves.
+    std::int64_t ownItems = 0;
+    std::int64_t ownAllocated = 0;
 };
+
+// lstat that also reaches items whose full path is longer than PATH_MAX, through a
+// descriptor of their folder.
+int lstatAnyLength(const std::string& path, struct stat* st) {
+    if (path.size() < PATH_MAX)
+        return ::lstat(path.c_str(), st);
+    const auto slash = path.rfind('/');
+    int dirfd = openDirectory(path.substr(0, slash));
+    if (dirfd < 0)
+        return -1;
+    int rc = ::fstatat(dirfd, path.c_str() + slash + 1, st, AT_SYMLINK_NOFOLLOW);
+    int saved = errno;
+    ::close(dirfd);
+    errno = saved;
+    return rc;
+}
 
 // Lists a folder's names (without "." and ".."), closing it before returning.
 // Returns false when it cannot be opened; `hadError` reports a failure mid-way.
 bool listFolder(const std::string& path, std::vector<std::string>& names, bool& hadError) {
-    DIR* dir = ::opendir(path.c_str());
-    if (!dir)
+    int fd = openDirectory(path);
+    DIR* dir = fd >= 0 ? ::fdopendir(fd) : nullptr;
+    if (!dir) {
+        if (fd >= 0)
+            ::close(fd);
         return false;
+    }
     for (;;) {
         errno = 0;
         dirent* d = ::readdir(dir);
@@ -77,7 +105,11 @@ std::optional<ScanResult> FileManagerScanEngine::scan(const std::string& url,
         NodeInit init;
         init.name = name;
         struct stat st {};
-        if (::lstat(path.c_str(), &st) != 0) {
+        // The scan target itself may be reached through a symlink; it is walked like
+        // the folder it points to. Below it, links are items of their own.
+        const int rc = isRoot && path.size() < PATH_MAX ? ::stat(path.c_str(), &st)
+                                                        : lstatAnyLength(path, &st);
+        if (rc != 0) {
             ++restricted;
             init.isRestricted = true;
             FileNode* n = alloc.create(init);
@@ -111,7 +143,7 @@ std::optional<ScanResult> FileManagerScanEngine::scan(const std::string& url,
         }
         FileNode* n = alloc.create(init);
         tree->setUrl(n, path);
-        Frame f{n, path, {}, 0, {}, 0, 0, false};
+        Frame f{n, path, {}, 0, {}, 0, 0, false, 0, 0};
         if (!listFolder(path, f.names, f.hadError)) {
             ++restricted;
             n->setRestricted(true);
@@ -146,6 +178,8 @@ std::optional<ScanResult> FileManagerScanEngine::scan(const std::string& url,
             if (stack.size() == depth) { // not entered: its sizes are final
                 owner.logical += child->logicalSize();
                 owner.allocated += child->allocatedSize();
+                ++owner.ownItems;
+                owner.ownAllocated += child->allocatedSize();
             }
             continue;
         }
@@ -158,8 +192,7 @@ std::optional<ScanResult> FileManagerScanEngine::scan(const std::string& url,
         done.node->setLogicalSize(done.logical);
         done.node->setAllocatedSize(done.allocated);
         if (progress)
-            progress->addFolder(static_cast<std::int64_t>(done.children.size()) + 1,
-                                done.allocated);
+            progress->addFolder(done.ownItems + 1, done.ownAllocated);
         if (!stack.empty()) {
             stack.back().logical += done.logical;
             stack.back().allocated += done.allocated;

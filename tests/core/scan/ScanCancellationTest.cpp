@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <thread>
 #include <unistd.h>
 
@@ -94,15 +95,18 @@ protected:
 FixtureTree* ScanCancellation::s_tree = nullptr;
 
 TEST_F(ScanCancellation, BulkScanStopsPromptlyAndReturnsNothing) {
-    std::FILE* diag = std::tmpfile();
-    BulkScanEngine engine(test::bulkConfig(1, diag));
+    // Declared before the engine, which writes to it until it is destroyed.
+    struct Closer {
+        void operator()(std::FILE* f) const { std::fclose(f); }
+    };
+    std::unique_ptr<std::FILE, Closer> diag(std::tmpfile());
+    BulkScanEngine engine(test::bulkConfig(1, diag.get()));
     auto out = cancelDuringScan(
         [&](std::stop_token t, ScanProgress* p) { return engine.scan(s_tree->root(), t, p); });
     ASSERT_TRUE(out.stopRequested) << "the scan kept finishing before it could be cancelled";
     EXPECT_FALSE(out.returnedResult);
     EXPECT_LT(out.secondsAfterRequest, 0.5);
-    EXPECT_EQ(test::readAll(diag), "") << "a cancelled scan prints no closing line";
-    std::fclose(diag);
+    EXPECT_EQ(test::readAll(diag.get()), "") << "a cancelled scan prints no closing line";
 
     // The engine is usable again afterwards and sees the whole tree.
     auto again = engine.scan(s_tree->root());
@@ -110,6 +114,7 @@ TEST_F(ScanCancellation, BulkScanStopsPromptlyAndReturnsNothing) {
     EXPECT_EQ(again->root->childCount(), std::size_t(kWideFolders) + 1);
     EXPECT_EQ(engine.lastStats().itemCount,
               1 + kWideFolders + kWideFolders * kWideFiles + 1 + kChainDepth);
+    EXPECT_TRUE(test::readAll(diag.get()).starts_with("[BulkScanEngine] scan complete: "));
 }
 
 TEST_F(ScanCancellation, EnumerationScanStopsPromptlyAndReturnsNothing) {

@@ -86,3 +86,29 @@ TEST(ScanEngineChoice, ScanReturnsTheBackEndsResultUnchanged) {
 
 } // namespace
 } // namespace ringfold
+
+namespace ringfold {
+namespace {
+
+// Every scanner test relies on its fixture disappearing, even after it locked folders
+// or built chains no path can name; otherwise CI machines fill up their /tmp.
+TEST(FixtureCleanup, LockedFoldersAndChainsBeyondPathMaxAreRemoved) {
+    std::string root;
+    {
+        test::FixtureTree fx;
+        root = fx.root();
+        const std::string deepest = fx.deepChain("chain", 40, std::string(200, 'z'));
+        fx.writeFile(deepest + "/leaf", 10);
+        fx.writeFile("locked/inner/file", 10);
+        fx.chmod("locked/inner", 0);
+        fx.chmod("locked", 0);
+        fx.fifo("pipe");
+        fx.symlink("chain", "link");
+        fx.chmod("", 0500);
+    }
+    struct stat st {};
+    EXPECT_NE(::lstat(root.c_str(), &st), 0) << root << " is still there";
+}
+
+} // namespace
+} // namespace ringfold
