@@ -15,8 +15,8 @@ namespace ringfold {
 
 namespace {
 
-// Qt 6.4 writes the Path key of the .trashinfo file unescaped, while the Trash
-// specification (and every file manager restoring from it) wants it escaped like a
+// Qt 6.4 writes the Path key of the .trashinfo file unescaped, while the freedesktop
+// trash format (and every file manager restoring from it) wants it escaped like a
 // URL: a name with a space or a "%" would come back under a wrong name. Rewrite the
 // key when it holds the raw original path (or, in a $topdir trash, the raw path
 // relative to the top folder).
