@@ -202,6 +202,25 @@ int FileTreeOps::copyEntry(int srcDir, const char* srcName, int dstDir, const ch
     return copySpecial(dstDir, dstName, st, created);
 }
 
+namespace {
+
+// Opens the folder `name` in `dir` and calls `visit(folderFd, childName)` for each
+// entry until one returns an error, which is passed on.
+template <typename Visit> int forEachChild(int dir, const char* name, Visit&& visit) {
+    FileTreeOps::Fd fd(FileTreeOps::openDirectory(dir, name));
+    if (!fd)
+        return errno;
+    std::vector<std::string> names;
+    if (int e = FileTreeOps::entryNames(fd.get(), names))
+        return e;
+    for (const std::string& child : names)
+        if (int e = visit(fd.get(), child.c_str()))
+            return e;
+    return 0;
+}
+
+} // namespace
+
 // Removes an item and everything in it. `ownCopy`: the item is a partial copy of
 // ours, whose folders may carry read-only bits copied from the source.
 int FileTreeOps::removeTree(int dir, const char* name, bool ownCopy) {
@@ -211,15 +230,10 @@ int FileTreeOps::removeTree(int dir, const char* name, bool ownCopy) {
     if (S_ISDIR(st.st_mode)) {
         if (ownCopy && (st.st_mode & 0700) != 0700)
             (void)::fchmodat(dir, name, (st.st_mode & 07777) | 0700, 0);
-        Fd fd(FileTreeOps::openDirectory(dir, name));
-        if (!fd)
-            return errno;
-        std::vector<std::string> names;
-        if (int e = FileTreeOps::entryNames(fd.get(), names))
+        if (int e = forEachChild(dir, name, [ownCopy](int fd, const char* child) {
+                return removeTree(fd, child, ownCopy);
+            }))
             return e;
-        for (const std::string& child : names)
-            if (int e = removeTree(fd.get(), child.c_str(), ownCopy))
-                return e;
         return ::unlinkat(dir, name, AT_REMOVEDIR) == 0 ? 0 : errno;
     }
     return ::unlinkat(dir, name, 0) == 0 ? 0 : errno;
@@ -315,16 +329,9 @@ int FileTreeOps::checkRemovable(int dir, const char* name, dev_t device) {
         return EBUSY;
     if (::faccessat(dir, name, R_OK | W_OK | X_OK, 0) != 0)
         return errno;
-    Fd fd(FileTreeOps::openDirectory(dir, name));
-    if (!fd)
-        return errno;
-    std::vector<std::string> names;
-    if (int e = FileTreeOps::entryNames(fd.get(), names))
-        return e;
-    for (const std::string& child : names)
-        if (int e = checkRemovable(fd.get(), child.c_str(), device))
-            return e;
-    return 0;
+    return forEachChild(dir, name, [device](int fd, const char* child) {
+        return checkRemovable(fd, child, device);
+    });
 }
 
 } // namespace ringfold
