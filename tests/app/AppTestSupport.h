@@ -19,14 +19,20 @@
 
 namespace ringfold::apptest {
 
-/// Writes `bytes` bytes (folders created as needed). Returns false on failure.
-inline bool writeFile(const QString& path, qint64 bytes, char fill = 'x') {
+/// Writes `data` (folders created as needed). Returns false on failure.
+inline bool writeBytes(const QString& path, const QByteArray& data) {
     QDir().mkpath(QFileInfo(path).absolutePath());
     QFile f(path);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
-    const QByteArray data(bytes, fill);
-    return f.write(data) == bytes;
+    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(data) == data.size();
+}
+
+inline bool writeFile(const QString& path, qint64 bytes, char fill = 'x') {
+    return writeBytes(path, QByteArray(bytes, fill));
+}
+
+inline QByteArray readAll(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<unreadable>");
 }
 
 inline bool makeDir(const QString& path) {

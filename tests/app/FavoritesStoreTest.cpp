@@ -12,19 +12,20 @@
 #include <QTest>
 
 using namespace ringfold;
+using apptest::readAll;
+using apptest::writeBytes;
 
 namespace {
-
-QByteArray readAll(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<unreadable>");
-}
 
 Uuid uuid(const char* text) {
     return *Uuid::parse(text);
 }
 
-SidebarViewModel::Options noVolumes(const QString& emptyMountInfo) {
+// Options that list no volumes: an empty mount table in `folder`.
+SidebarViewModel::Options noVolumes(const QString& folder) {
+    const QString emptyMountInfo = folder + "/mountinfo";
+    if (!apptest::writeFile(emptyMountInfo, 0))
+        qFatal("cannot write %s", qPrintable(emptyMountInfo));
     SidebarViewModel::Options o;
     o.mountInfoPath = emptyMountInfo.toStdString();
     o.watchVolumes = false;
@@ -71,9 +72,6 @@ private slots:
                                     "  }\n"
                                     "]";
         QCOMPARE(readAll(store.filePath()), expected);
-    }
-
-    void emptyListAndControlCharacters() {
         QCOMPARE(encodeFavorites({}), QByteArray("[\n\n]"));
         QCOMPARE(encodeJsonString("a\x01\n/"), std::string("\"a\\u0001\\n\\/\""));
     }
@@ -111,22 +109,15 @@ private slots:
     void badFilesLoadAsNothing() {
         QFETCH(QByteArray, content);
         const QString path = home() + "/favorites.json";
-        QVERIFY(apptest::writeFile(path, 0));
-        QFile f(path);
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(content);
-        f.close();
+        QVERIFY(writeBytes(path, content));
         QVERIFY(FavoritesStore(path).load().empty());
         QCOMPARE(readAll(path), content);
     }
 
     void lowerCaseAndEscapedInputIsAccepted() {
         const QString path = home() + "/favorites.json";
-        QFile f(path);
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(
-            R"([{"path":"\/data","displayName":"D","id":"0f8e3c1a-5b2d-4e6f-9a7b-1c2d3e4f5a6b"}])");
-        f.close();
+        QVERIFY(writeBytes(path, R"([{"path":"\/data","displayName":"D",)"
+                                 R"("id":"0f8e3c1a-5b2d-4e6f-9a7b-1c2d3e4f5a6b"}])"));
         const auto loaded = FavoritesStore(path).load();
         QCOMPARE(loaded.size(), std::size_t(1));
         QCOMPARE(loaded[0].url, std::string("/data"));
@@ -134,16 +125,10 @@ private slots:
     }
 
     void corruptFileStaysUntouchedUntilTheFavouritesChange() {
-        const QString mountInfo = home() + "/mountinfo";
-        QVERIFY(apptest::writeFile(mountInfo, 0));
         FavoritesStore probe;
-        QVERIFY(apptest::writeFile(probe.filePath(), 0));
-        QFile f(probe.filePath());
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write("garbage");
-        f.close();
+        QVERIFY(writeBytes(probe.filePath(), "garbage"));
 
-        SidebarViewModel model(nullptr, noVolumes(mountInfo));
+        SidebarViewModel model(nullptr, noVolumes(home()));
         QVERIFY(model.favorites().empty());
         QCOMPARE(readAll(probe.filePath()), QByteArray("garbage"));
 
@@ -189,13 +174,11 @@ private slots:
     }
 
     void firstStartSavesTheDefaultsAtOnce() {
-        const QString mountInfo = home() + "/mountinfo";
-        QVERIFY(apptest::writeFile(mountInfo, 0));
         QVERIFY(apptest::makeDir(home() + "/Downloads"));
         QString file;
         std::vector<Uuid> ids;
         {
-            SidebarViewModel model(nullptr, noVolumes(mountInfo));
+            SidebarViewModel model(nullptr, noVolumes(home()));
             file = model.favoritesStore().filePath();
             QCOMPARE(model.favorites().size(), std::size_t(2));
             for (const auto& f : model.favorites())
@@ -203,7 +186,7 @@ private slots:
         }
         QVERIFY(QFileInfo::exists(file));
         // A restart loads the same favourites with the same identities.
-        SidebarViewModel again(nullptr, noVolumes(mountInfo));
+        SidebarViewModel again(nullptr, noVolumes(home()));
         QCOMPARE(again.favorites().size(), std::size_t(2));
         QVERIFY(again.favorites()[0].id == ids[0]);
         QVERIFY(again.favorites()[1].id == ids[1]);

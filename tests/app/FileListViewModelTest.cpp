@@ -27,6 +27,10 @@ QStringList names(const std::vector<FileNode*>& nodes) {
     return out;
 }
 
+QStringList listed(const FileListViewModel& vm) {
+    return names(vm.displayRows());
+}
+
 } // namespace
 
 class FileListViewModelTest : public QObject {
@@ -43,7 +47,7 @@ private slots:
 
         FileListViewModel vm;
         vm.update(t.rootPtr(), 0.0, true, false);
-        QCOMPARE(names(vm.displayRows()), QStringList({"a", "b", "c", "empty"}));
+        QCOMPARE(listed(vm), QStringList({"a", "b", "c", "empty"}));
         QVERIFY(vm.smallerNodes().empty());
         QVERIFY(vm.hiddenNodes().empty());
         QCOMPARE(vm.lastFocusedNode().get(), t.root());
@@ -60,7 +64,7 @@ private slots:
 
         FileListViewModel vm;
         vm.update(t.rootPtr(), 0.04, true, false);
-        QCOMPARE(names(vm.displayRows()), QStringList({"big", "small"}));
+        QCOMPARE(listed(vm), QStringList({"big", "small"}));
         QCOMPARE(names(vm.hiddenNodes()), QStringList({".one"}));
         // The 3 MB hidden child is over 2 % and stays out of the hidden group, but it
         // is below the threshold; smaller nodes keep the folder's order.
@@ -81,7 +85,7 @@ private slots:
         big.totalFolders();
         FileListViewModel vm;
         vm.update(big.rootPtr(), 0.0, true, false);
-        QCOMPARE(names(vm.displayRows()), QStringList({"data", ".gig"}));
+        QCOMPARE(listed(vm), QStringList({"data", ".gig"}));
         QCOMPARE(names(vm.hiddenNodes()), QStringList({".under"}));
 
         // A folder without bytes groups every small hidden child.
@@ -92,7 +96,7 @@ private slots:
         zero.totalFolders();
         vm.update(zero.rootPtr(), 0.5, true, false);
         QCOMPARE(names(vm.hiddenNodes()), QStringList({".a", ".c"}));
-        QCOMPARE(names(vm.displayRows()), QStringList({"b"}));
+        QCOMPARE(listed(vm), QStringList({"b"}));
         QVERIFY(vm.smallerNodes().empty());
     }
 
@@ -108,14 +112,11 @@ private slots:
 
         FileListViewModel vm;
         vm.update(t.rootPtr(), 0.0, true, true);
-        QCOMPARE(names(vm.displayRows()),
-                 QStringList({"bigdir", "smalldir", "bigfile", "smallfile"}));
+        QCOMPARE(listed(vm), QStringList({"bigdir", "smalldir", "bigfile", "smallfile"}));
         vm.setSortOrder({{Key::name, true}});
-        QCOMPARE(names(vm.displayRows()),
-                 QStringList({"bigdir", "smalldir", "bigfile", "smallfile"}));
+        QCOMPARE(listed(vm), QStringList({"bigdir", "smalldir", "bigfile", "smallfile"}));
         vm.update(t.rootPtr(), 0.0, true, false);
-        QCOMPARE(names(vm.displayRows()),
-                 QStringList({"bigdir", "bigfile", "smalldir", "smallfile"}));
+        QCOMPARE(listed(vm), QStringList({"bigdir", "bigfile", "smalldir", "smallfile"}));
         QVERIFY(!vm.lastSortFoldersToTop());
     }
 
@@ -127,10 +128,10 @@ private slots:
         FileListViewModel vm;
         vm.update(t.rootPtr(), 0.0, true, false);
         vm.setSortOrder({{Key::name, true}});
-        QCOMPARE(names(vm.displayRows()),
+        QCOMPARE(listed(vm),
                  QStringList({"Apple", "banana", "file1", "File2", "file02b", "file10"}));
         vm.setSortOrder({{Key::name, false}});
-        QCOMPARE(names(vm.displayRows()),
+        QCOMPARE(listed(vm),
                  QStringList({"file10", "file02b", "File2", "file1", "banana", "Apple"}));
         QVERIFY(FileRowSorter::compareNames("a", "A") == 0);
         QVERIFY(FileRowSorter::compareNames("x9", "x10") < 0);
@@ -148,18 +149,14 @@ private slots:
         vm.update(t.rootPtr(), 0.0, true, false);
 
         vm.setSortOrder({{Key::kind, true}, {Key::name, true}});
-        QCOMPARE(names(vm.displayRows()),
-                 QStringList({"dir", "a.pdf", "a.txt", "b.txt", "undated.txt"}));
+        QCOMPARE(listed(vm), QStringList({"dir", "a.pdf", "a.txt", "b.txt", "undated.txt"}));
         vm.setSortOrder({{Key::modified, true}});
-        QCOMPARE(names(vm.displayRows()),
-                 QStringList({"undated.txt", "dir", "a.pdf", "b.txt", "a.txt"}));
+        QCOMPARE(listed(vm), QStringList({"undated.txt", "dir", "a.pdf", "b.txt", "a.txt"}));
         vm.setSortOrder({{Key::modified, false}});
-        QCOMPARE(names(vm.displayRows()),
-                 QStringList({"a.txt", "b.txt", "a.pdf", "dir", "undated.txt"}));
+        QCOMPARE(listed(vm), QStringList({"a.txt", "b.txt", "a.pdf", "dir", "undated.txt"}));
         // Equal under every descriptor: the folder's order stands.
         vm.setSortOrder({{Key::kind, false}});
-        QCOMPARE(names(vm.displayRows()),
-                 QStringList({"b.txt", "undated.txt", "a.txt", "a.pdf", "dir"}));
+        QCOMPARE(listed(vm), QStringList({"b.txt", "undated.txt", "a.txt", "a.pdf", "dir"}));
     }
 
     void notifiesOnlyRealChanges() {
@@ -186,7 +183,7 @@ private slots:
         vm.setSortOrder(vm.sortOrder());
         QCOMPARE(order.count(), 0);
         QCOMPARE(rows.count(), 2);
-        QCOMPARE(names(vm.displayRows()), QStringList({"a", "b"}));
+        QCOMPARE(listed(vm), QStringList({"a", "b"}));
         vm.setSortOrder({{Key::size, true}});
         QCOMPARE(order.count(), 1);
 
@@ -223,7 +220,7 @@ private slots:
         next.file(next.root(), "z", 1);
         next.totalFolders();
         vm.update(next.rootPtr(), 0.0, true, false);
-        QCOMPARE(names(vm.displayRows()), QStringList({"z"}));
+        QCOMPARE(listed(vm), QStringList({"z"}));
         QCOMPARE(rows.count(), 2);
 
         vm.update(nullptr, 0.0, true, false);

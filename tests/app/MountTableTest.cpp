@@ -53,13 +53,8 @@ class MountTableTest : public QObject {
         if (!apptest::makeDir(device))
             return false;
         const QString disk = device.section('/', 0, -2);
-        if (!apptest::writeFile(disk + "/removable", 2))
+        if (!apptest::writeBytes(disk + "/removable", diskRemovable ? "1\n" : "0\n"))
             return false;
-        QFile removable(disk + "/removable");
-        if (!removable.open(QIODevice::WriteOnly))
-            return false;
-        removable.write(diskRemovable ? "1\n" : "0\n");
-        removable.close();
         apptest::makeDir(m_dir.filePath("sys/dev/block"));
         return QFile::link(device, m_dir.filePath("sys/dev/block/" + majMin));
     }
@@ -153,16 +148,14 @@ private slots:
         QVERIFY(!MountTable::labelOf(entries[4], m_paths)); // nfs, no device
     }
 
-    void capacityOfARealFolder() {
+    void realTableAndCapacity() {
         const auto capacity = volumeCapacity(m_dir.path().toStdString());
         QVERIFY(capacity);
         QVERIFY(capacity->total > 0);
         QVERIFY(capacity->available >= 0 && capacity->available <= capacity->total);
         QVERIFY(!volumeCapacity(m_dir.filePath("missing").toStdString()));
-    }
 
-    void readsThisProcessTable() {
-        const auto entries = MountTable::read();
+        const auto entries = MountTable::read(); // this process's own table
         QVERIFY(!entries.empty());
         bool root = false;
         for (const MountEntry& e : entries)

@@ -22,11 +22,6 @@ const char* const kDiskLine =
 const char* const kShareLine = "32 27 0:50 / /mnt/share rw - nfs4 server:/export rw\n";
 const char* const kDataLine = "33 27 8:3 / /data rw - ext4 /dev/sda3 rw\n";
 
-QByteArray readAll(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
 } // namespace
 
 class SidebarViewModelTest : public QObject {
@@ -38,9 +33,7 @@ class SidebarViewModelTest : public QObject {
     QString path(const QString& relative) const { return m_home->filePath(relative); }
 
     void writeMountInfo(const QByteArray& text) {
-        QFile f(path("mountinfo"));
-        QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        f.write(text);
+        QVERIFY(apptest::writeBytes(path("mountinfo"), text));
     }
 
     std::unique_ptr<SidebarViewModel> makeModel() {
@@ -141,7 +134,7 @@ private slots:
         model->addFavorite(path("Projects").toStdString());
         QCOMPARE(favorites.count(), 1);
         QCOMPARE(model->favorites().back().displayName, std::string("Projects"));
-        const QByteArray saved = readAll(file);
+        const QByteArray saved = apptest::readAll(file);
         QVERIFY(saved.contains("Projects"));
 
         // The same folder, spelt differently, is already a favourite: nothing happens.

@@ -64,132 +64,115 @@ class SystemJunkPanelStateTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void sortsBySizeDescendingFirstAndColumnsStartInTheirDirection();
-    void sortsByModifiedAndConfidence();
-    void headerCheckboxFollowsEligibleItems();
-    void hiddenItemsCountOnlyWhileTheSettingAllowsThem();
-    void groupCheckbox();
-    void shiftClickAddsTheDisplayedRange();
-    void texts();
+    void sortsByEveryColumnStartingInItsOwnDirection() {
+        Fixture f;
+        SystemJunkPanelState panel;
+        const auto shown = [&] { return f.names(panel.displayedItems(f.groups[0])); };
+        QCOMPARE(panel.sortKey(), JunkSortKey::size);
+        QVERIFY(!panel.sortAscending());
+        QCOMPARE(shown(), (Names{"C.log.2", "b.log.1", "a.log", ".h.log.3"}));
+        panel.clickColumnHeader(JunkSortKey::name);
+        QVERIFY(panel.sortAscending());
+        // Code point order: "." < "C" < "a" < "b".
+        QCOMPARE(shown(), (Names{".h.log.3", "C.log.2", "a.log", "b.log.1"}));
+        panel.clickColumnHeader(JunkSortKey::name);
+        QVERIFY(!panel.sortAscending());
+        QCOMPARE(shown(), (Names{"b.log.1", "a.log", "C.log.2", ".h.log.3"}));
+        panel.clickColumnHeader(JunkSortKey::size);
+        QVERIFY(!panel.sortAscending());
+        QVERIFY(SystemJunkPanelState::initialAscending(JunkSortKey::modified));
+        QVERIFY(SystemJunkPanelState::initialAscending(JunkSortKey::confidence));
+        panel.clickColumnHeader(JunkSortKey::modified);
+        // A missing date is the distant past.
+        QCOMPARE(shown(), (Names{"a.log", "C.log.2", "b.log.1", ".h.log.3"}));
+        panel.clickColumnHeader(JunkSortKey::confidence);
+        // Ties keep the classifier's order.
+        QCOMPARE(shown(), (Names{"b.log.1", "C.log.2", ".h.log.3", "a.log"}));
+        panel.clickColumnHeader(JunkSortKey::confidence);
+        QCOMPARE(shown(), (Names{"a.log", "b.log.1", "C.log.2", ".h.log.3"}));
+    }
+
+    void headerCheckboxFollowsEligibleItems() {
+        Fixture f;
+        QCOMPARE(SystemJunkPanelState::headerState(f.groups, f.list), CheckState::off);
+        SystemJunkPanelState::clickHeaderCheckbox(f.groups, f.list);
+        QCOMPARE(f.listed(), (Names{"b.log.1", "a.log", "C.log.2", "x", "y"}));
+        QCOMPARE(SystemJunkPanelState::headerState(f.groups, f.list), CheckState::on);
+        SystemJunkPanelState::clickItemCheckbox(f.groups[1].items[0], f.list);
+        QCOMPARE(SystemJunkPanelState::headerState(f.groups, f.list), CheckState::mixed);
+        SystemJunkPanelState::clickHeaderCheckbox(f.groups, f.list); // mixed: add the rest
+        QCOMPARE(SystemJunkPanelState::headerState(f.groups, f.list), CheckState::on);
+        SystemJunkPanelState::clickHeaderCheckbox(f.groups, f.list); // on: remove all
+        QVERIFY(f.list.isEmpty());
+    }
+
+    void hiddenItemsCountOnlyWhileTheSettingAllowsThem() {
+        Fixture f;
+        const JunkItem& hidden = f.groups[0].items[3];
+        SystemJunkPanelState::clickItemCheckbox(hidden, f.list);
+        QVERIFY(f.list.isEmpty());
+
+        f.store.setAllowDeletingHiddenFiles(true);
+        SystemJunkPanelState::clickHeaderCheckbox(f.groups, f.list);
+        // The header never adds hidden items, so it stays mixed until one is ticked.
+        QCOMPARE(f.list.count(), std::size_t(5));
+        QCOMPARE(SystemJunkPanelState::headerState(f.groups, f.list), CheckState::mixed);
+        QVERIFY(!SystemJunkPanelState::groupChecked(f.groups[0], f.list));
+        SystemJunkPanelState::clickItemCheckbox(hidden, f.list);
+        QVERIFY(f.list.contains(*hidden.node));
+        QCOMPARE(SystemJunkPanelState::headerState(f.groups, f.list), CheckState::on);
+        SystemJunkPanelState::clickHeaderCheckbox(f.groups, f.list);
+        QVERIFY(f.list.isEmpty());
+    }
+
+    void groupCheckbox() {
+        Fixture f;
+        QVERIFY(!SystemJunkPanelState::groupChecked(f.groups[1], f.list));
+        SystemJunkPanelState::clickGroupCheckbox(f.groups[1], f.list);
+        QCOMPARE(f.listed(), (Names{"x", "y"}));
+        QVERIFY(SystemJunkPanelState::groupChecked(f.groups[1], f.list));
+        QVERIFY(!SystemJunkPanelState::groupChecked(f.groups[0], f.list));
+        SystemJunkPanelState::clickGroupCheckbox(f.groups[1], f.list);
+        QVERIFY(f.list.isEmpty());
+        // A group whose only item is hidden (and not allowed) is never on.
+        Group onlyHidden{JunkCategory::appLogs, {f.groups[0].items[3]}};
+        SystemJunkPanelState::clickGroupCheckbox(onlyHidden, f.list);
+        QVERIFY(!SystemJunkPanelState::groupChecked(onlyHidden, f.list));
+        QVERIFY(f.list.isEmpty());
+    }
+
+    void shiftClickAddsTheDisplayedRange() {
+        Fixture f;
+        SystemJunkPanelState panel; // size descending: C.log.2, b.log.1, a.log, .h.log.3
+        const auto& g = f.groups[0];
+        panel.clickItemRow(g.items[3], g, false, f.list); // hidden: no toggle, but the anchor
+        QCOMPARE(panel.lastClickedJunkNodeID(), g.items[3].node->id());
+        QVERIFY(f.list.isEmpty());
+        panel.clickItemRow(g.items[1], g, false, f.list); // a.log toggled on
+        QCOMPARE(f.listed(), (Names{"a.log"}));
+        panel.clickItemRow(g.items[2], g, true, f.list); // from a.log up to C.log.2
+        QCOMPARE(f.listed(), (Names{"a.log", "C.log.2", "b.log.1"}));
+        // A range never removes; the hidden end is skipped.
+        panel.clickItemRow(g.items[3], g, true, f.list);
+        QCOMPARE(f.list.count(), std::size_t(3));
+        // With the anchor in another group, Shift-click toggles like the checkbox.
+        panel.clickItemRow(f.groups[1].items[0], f.groups[1], true, f.list);
+        QCOMPARE(f.list.count(), std::size_t(4));
+        panel.clickItemRow(g.items[0], g, true, f.list);
+        QVERIFY(!f.list.contains(*g.items[0].node));
+    }
+
+    void texts() {
+        QCOMPARE(
+            SystemJunkPanelState::foundSummary(2'500'000),
+            QStringLiteral("Found **") + QString::fromStdString(formatByteCount(2'500'000)) +
+                QStringLiteral("** of logs, caches, and old data that's likely safe to remove"));
+        QCOMPARE(SystemJunkPanelState::itemCountLabel(1), QStringLiteral("1 item"));
+        QCOMPARE(SystemJunkPanelState::itemCountLabel(0), QStringLiteral("0 items"));
+        QCOMPARE(SystemJunkPanelState::legendText(JunkConfidence::orphaned),
+                 QStringLiteral("Leftovers from uninstalled apps — review before removing"));
+    }
 };
-
-void SystemJunkPanelStateTest::sortsBySizeDescendingFirstAndColumnsStartInTheirDirection() {
-    Fixture f;
-    SystemJunkPanelState panel;
-    QCOMPARE(panel.sortKey(), JunkSortKey::size);
-    QVERIFY(!panel.sortAscending());
-    QCOMPARE(f.names(panel.displayedItems(f.groups[0])),
-             (Names{"C.log.2", "b.log.1", "a.log", ".h.log.3"}));
-    panel.clickColumnHeader(JunkSortKey::name);
-    QVERIFY(panel.sortAscending());
-    // Code point order: "." < "C" < "a" < "b".
-    QCOMPARE(f.names(panel.displayedItems(f.groups[0])),
-             (Names{".h.log.3", "C.log.2", "a.log", "b.log.1"}));
-    panel.clickColumnHeader(JunkSortKey::name);
-    QVERIFY(!panel.sortAscending());
-    QCOMPARE(f.names(panel.displayedItems(f.groups[0])),
-             (Names{"b.log.1", "a.log", "C.log.2", ".h.log.3"}));
-    panel.clickColumnHeader(JunkSortKey::size);
-    QVERIFY(!panel.sortAscending());
-    QVERIFY(SystemJunkPanelState::initialAscending(JunkSortKey::modified));
-    QVERIFY(SystemJunkPanelState::initialAscending(JunkSortKey::confidence));
-}
-
-void SystemJunkPanelStateTest::sortsByModifiedAndConfidence() {
-    Fixture f;
-    SystemJunkPanelState panel;
-    panel.clickColumnHeader(JunkSortKey::modified);
-    // A missing date is the distant past.
-    QCOMPARE(f.names(panel.displayedItems(f.groups[0])),
-             (Names{"a.log", "C.log.2", "b.log.1", ".h.log.3"}));
-    panel.clickColumnHeader(JunkSortKey::confidence);
-    // Ties keep the classifier's order.
-    QCOMPARE(f.names(panel.displayedItems(f.groups[0])),
-             (Names{"b.log.1", "C.log.2", ".h.log.3", "a.log"}));
-    panel.clickColumnHeader(JunkSortKey::confidence);
-    QCOMPARE(f.names(panel.displayedItems(f.groups[0])),
-             (Names{"a.log", "b.log.1", "C.log.2", ".h.log.3"}));
-}
-
-void SystemJunkPanelStateTest::headerCheckboxFollowsEligibleItems() {
-    Fixture f;
-    QCOMPARE(SystemJunkPanelState::headerState(f.groups, f.list), CheckState::off);
-    SystemJunkPanelState::clickHeaderCheckbox(f.groups, f.list);
-    QCOMPARE(f.listed(), (Names{"b.log.1", "a.log", "C.log.2", "x", "y"}));
-    QCOMPARE(SystemJunkPanelState::headerState(f.groups, f.list), CheckState::on);
-    SystemJunkPanelState::clickItemCheckbox(f.groups[1].items[0], f.list);
-    QCOMPARE(SystemJunkPanelState::headerState(f.groups, f.list), CheckState::mixed);
-    SystemJunkPanelState::clickHeaderCheckbox(f.groups, f.list); // mixed: add the rest
-    QCOMPARE(SystemJunkPanelState::headerState(f.groups, f.list), CheckState::on);
-    SystemJunkPanelState::clickHeaderCheckbox(f.groups, f.list); // on: remove all
-    QVERIFY(f.list.isEmpty());
-}
-
-void SystemJunkPanelStateTest::hiddenItemsCountOnlyWhileTheSettingAllowsThem() {
-    Fixture f;
-    const JunkItem& hidden = f.groups[0].items[3];
-    SystemJunkPanelState::clickItemCheckbox(hidden, f.list);
-    QVERIFY(f.list.isEmpty());
-
-    f.store.setAllowDeletingHiddenFiles(true);
-    SystemJunkPanelState::clickHeaderCheckbox(f.groups, f.list);
-    // The header never adds hidden items, so it stays mixed until one is ticked.
-    QCOMPARE(f.list.count(), std::size_t(5));
-    QCOMPARE(SystemJunkPanelState::headerState(f.groups, f.list), CheckState::mixed);
-    QVERIFY(!SystemJunkPanelState::groupChecked(f.groups[0], f.list));
-    SystemJunkPanelState::clickItemCheckbox(hidden, f.list);
-    QVERIFY(f.list.contains(*hidden.node));
-    QCOMPARE(SystemJunkPanelState::headerState(f.groups, f.list), CheckState::on);
-    SystemJunkPanelState::clickHeaderCheckbox(f.groups, f.list);
-    QVERIFY(f.list.isEmpty());
-}
-
-void SystemJunkPanelStateTest::groupCheckbox() {
-    Fixture f;
-    QVERIFY(!SystemJunkPanelState::groupChecked(f.groups[1], f.list));
-    SystemJunkPanelState::clickGroupCheckbox(f.groups[1], f.list);
-    QCOMPARE(f.listed(), (Names{"x", "y"}));
-    QVERIFY(SystemJunkPanelState::groupChecked(f.groups[1], f.list));
-    QVERIFY(!SystemJunkPanelState::groupChecked(f.groups[0], f.list));
-    SystemJunkPanelState::clickGroupCheckbox(f.groups[1], f.list);
-    QVERIFY(f.list.isEmpty());
-    // A group whose only item is hidden (and not allowed) is never on.
-    Group onlyHidden{JunkCategory::appLogs, {f.groups[0].items[3]}};
-    SystemJunkPanelState::clickGroupCheckbox(onlyHidden, f.list);
-    QVERIFY(!SystemJunkPanelState::groupChecked(onlyHidden, f.list));
-    QVERIFY(f.list.isEmpty());
-}
-
-void SystemJunkPanelStateTest::shiftClickAddsTheDisplayedRange() {
-    Fixture f;
-    SystemJunkPanelState panel; // size descending: C.log.2, b.log.1, a.log, .h.log.3
-    const auto& g = f.groups[0];
-    panel.clickItemRow(g.items[3], g, false, f.list); // hidden: no toggle, but the anchor
-    QCOMPARE(panel.lastClickedJunkNodeID(), g.items[3].node->id());
-    QVERIFY(f.list.isEmpty());
-    panel.clickItemRow(g.items[1], g, false, f.list); // a.log toggled on
-    QCOMPARE(f.listed(), (Names{"a.log"}));
-    panel.clickItemRow(g.items[2], g, true, f.list); // from a.log up to C.log.2
-    QCOMPARE(f.listed(), (Names{"a.log", "C.log.2", "b.log.1"}));
-    // A range never removes; the hidden end is skipped.
-    panel.clickItemRow(g.items[3], g, true, f.list);
-    QCOMPARE(f.list.count(), std::size_t(3));
-    // With the anchor in another group, Shift-click toggles like the checkbox.
-    panel.clickItemRow(f.groups[1].items[0], f.groups[1], true, f.list);
-    QCOMPARE(f.list.count(), std::size_t(4));
-    panel.clickItemRow(g.items[0], g, true, f.list);
-    QVERIFY(!f.list.contains(*g.items[0].node));
-}
-
-void SystemJunkPanelStateTest::texts() {
-    QCOMPARE(SystemJunkPanelState::foundSummary(2'500'000),
-             QStringLiteral("Found **") + QString::fromStdString(formatByteCount(2'500'000)) +
-                 QStringLiteral("** of logs, caches, and old data that's likely safe to remove"));
-    QCOMPARE(SystemJunkPanelState::itemCountLabel(1), QStringLiteral("1 item"));
-    QCOMPARE(SystemJunkPanelState::itemCountLabel(0), QStringLiteral("0 items"));
-    QCOMPARE(SystemJunkPanelState::legendText(JunkConfidence::orphaned),
-             QStringLiteral("Leftovers from uninstalled apps — review before removing"));
-}
 
 QTEST_GUILESS_MAIN(SystemJunkPanelStateTest)
 #include "SystemJunkPanelStateTest.moc"

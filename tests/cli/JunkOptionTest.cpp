@@ -15,10 +15,10 @@ namespace {
 class JunkOption : public ::testing::Test {
 protected:
     void SetUp() override {
-        f.writeFile("home/.cache/thumbnails/large/a.png", 5000);
-        f.writeFile("home/.cache/pip/http/x", 7000);
-        f.writeFile("home/.local/state/tool/tool.log.1", 3000);
-        f.writeFile("home/.local/state/tool/settings.ini", 10);
+        f.writeFiles({{"home/.cache/thumbnails/large/a.png", 5000},
+                      {"home/.cache/pip/http/x", 7000},
+                      {"home/.local/state/tool/tool.log.1", 3000},
+                      {"home/.local/state/tool/settings.ini", 10}});
         f.makeFolder("home/.config/org.gone.Player");
         f.makeFolder("home/.config/org.here.Editor");
         f.writeFile("data/applications/org.here.Editor.desktop", 10);

@@ -1,10 +1,11 @@
 #pragma once
 // A strict little JSON reader for checking the scanner's reports in tests: objects keep
-// their key order (duplicates are kept, so tests can spot them), numbers keep their
-// text, and \u escapes (with surrogate pairs) become UTF-8. Anything malformed throws
+// their key order and duplicates (so tests can spot them), numbers keep their text, and
+// \u escapes (the scanner writes only BMP ones) become UTF-8. Anything malformed throws
 // std::runtime_error with the offset, so a broken report fails loudly.
 
 #include <cstdint>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -20,13 +21,13 @@ struct Json {
     std::vector<Json> items;
     std::vector<std::pair<std::string, Json>> members;
 
-    bool has(const std::string& key) const { return find(key) != nullptr; }
     const Json* find(const std::string& key) const {
         for (const auto& m : members)
             if (m.first == key)
                 return &m.second;
         return nullptr;
     }
+    bool has(const std::string& key) const { return find(key) != nullptr; }
     const Json& operator[](const std::string& key) const {
         if (const Json* j = find(key))
             return *j;
@@ -42,16 +43,9 @@ struct Json {
             throw std::runtime_error("not a number");
         return std::stod(text);
     }
-    std::vector<std::string> keys() const {
-        std::vector<std::string> k;
-        for (const auto& m : members)
-            k.push_back(m.first);
-        return k;
-    }
 
     static Json parse(const std::string& source) {
-        Parser p{source, 0};
-        p.space();
+        Parser p{source};
         Json v = p.value(0);
         p.space();
         if (p.pos != source.size())
@@ -62,24 +56,30 @@ struct Json {
 private:
     struct Parser {
         const std::string& s;
-        std::size_t pos;
+        std::size_t pos = 0;
 
         [[noreturn]] void fail(const char* what) const {
             throw std::runtime_error(std::string("JSON: ") + what + " at offset " +
                                      std::to_string(pos));
         }
         void space() {
-            while (pos < s.size() &&
-                   (s[pos] == ' ' || s[pos] == '\n' || s[pos] == '\r' || s[pos] == '\t'))
+            while (pos < s.size() && s[pos] && std::strchr(" \n\r\t", s[pos]))
                 ++pos;
         }
-        void expect(char c) {
-            if (pos >= s.size() || s[pos] != c)
-                fail("unexpected character");
+        char peek() { return pos < s.size() ? s[pos] : '\0'; }
+        bool eat(char c) {
+            space();
+            if (peek() != c)
+                return false;
             ++pos;
+            return true;
+        }
+        void expect(char c) {
+            if (!eat(c))
+                fail("unexpected character");
         }
         bool literal(const char* word) {
-            std::size_t n = std::char_traits<char>::length(word);
+            const std::size_t n = std::strlen(word);
             if (s.compare(pos, n, word) != 0)
                 return false;
             pos += n;
@@ -88,94 +88,58 @@ private:
         Json value(int depth) {
             if (depth > 64)
                 fail("nested too deeply");
-            if (pos >= s.size())
-                fail("unexpected end");
+            space();
             Json v;
-            char c = s[pos];
-            if (c == '{') {
+            if (eat('{')) {
                 v.type = Type::object;
-                ++pos;
-                space();
-                if (pos < s.size() && s[pos] == '}') {
-                    ++pos;
+                if (eat('}'))
                     return v;
-                }
-                for (;;) {
-                    space();
+                do {
                     std::string key = string();
-                    space();
                     expect(':');
-                    space();
                     v.members.emplace_back(std::move(key), value(depth + 1));
-                    space();
-                    if (pos < s.size() && s[pos] == ',') {
-                        ++pos;
-                        continue;
-                    }
-                    expect('}');
-                    return v;
-                }
-            }
-            if (c == '[') {
+                } while (eat(','));
+                expect('}');
+            } else if (eat('[')) {
                 v.type = Type::array;
-                ++pos;
-                space();
-                if (pos < s.size() && s[pos] == ']') {
-                    ++pos;
+                if (eat(']'))
                     return v;
-                }
-                for (;;) {
-                    space();
+                do
                     v.items.push_back(value(depth + 1));
-                    space();
-                    if (pos < s.size() && s[pos] == ',') {
-                        ++pos;
-                        continue;
-                    }
-                    expect(']');
-                    return v;
-                }
-            }
-            if (c == '"') {
+                while (eat(','));
+                expect(']');
+            } else if (peek() == '"') {
                 v.type = Type::string;
                 v.text = string();
-                return v;
-            }
-            if (literal("true")) {
+            } else if (literal("true")) {
                 v.type = Type::boolean;
                 v.boolean = true;
-                return v;
-            }
-            if (literal("false")) {
+            } else if (literal("false")) {
                 v.type = Type::boolean;
-                return v;
+            } else if (!literal("null")) {
+                v = number();
             }
-            if (literal("null"))
-                return v;
-            return number();
+            return v;
+        }
+        void digits() {
+            const std::size_t start = pos;
+            while (peek() >= '0' && peek() <= '9')
+                ++pos;
+            if (pos == start)
+                fail("digit expected");
         }
         Json number() {
-            std::size_t start = pos;
-            if (pos < s.size() && s[pos] == '-')
+            const std::size_t start = pos;
+            if (peek() == '-')
                 ++pos;
-            auto digits = [&] {
-                std::size_t d = pos;
-                while (pos < s.size() && s[pos] >= '0' && s[pos] <= '9')
-                    ++pos;
-                if (pos == d)
-                    fail("digit expected");
-            };
-            if (pos < s.size() && s[pos] == '0')
+            if (peek() == '0')
                 ++pos;
             else
                 digits();
-            if (pos < s.size() && s[pos] == '.') {
-                ++pos;
+            if (peek() == '.' && ++pos)
                 digits();
-            }
-            if (pos < s.size() && (s[pos] == 'e' || s[pos] == 'E')) {
-                ++pos;
-                if (pos < s.size() && (s[pos] == '+' || s[pos] == '-'))
+            if ((peek() == 'e' || peek() == 'E') && ++pos) {
+                if (peek() == '+' || peek() == '-')
                     ++pos;
                 digits();
             }
@@ -184,48 +148,13 @@ private:
             v.text = s.substr(start, pos - start);
             return v;
         }
-        unsigned hex4() {
-            if (pos + 4 > s.size())
-                fail("short \\u escape");
-            unsigned v = 0;
-            for (int i = 0; i < 4; ++i) {
-                char c = s[pos++];
-                v <<= 4;
-                if (c >= '0' && c <= '9')
-                    v |= unsigned(c - '0');
-                else if (c >= 'a' && c <= 'f')
-                    v |= unsigned(c - 'a' + 10);
-                else if (c >= 'A' && c <= 'F')
-                    v |= unsigned(c - 'A' + 10);
-                else
-                    fail("bad hex digit");
-            }
-            return v;
-        }
-        static void appendUtf8(std::string& out, unsigned cp) {
-            if (cp < 0x80) {
-                out += char(cp);
-            } else if (cp < 0x800) {
-                out += char(0xC0 | (cp >> 6));
-                out += char(0x80 | (cp & 0x3F));
-            } else if (cp < 0x10000) {
-                out += char(0xE0 | (cp >> 12));
-                out += char(0x80 | ((cp >> 6) & 0x3F));
-                out += char(0x80 | (cp & 0x3F));
-            } else {
-                out += char(0xF0 | (cp >> 18));
-                out += char(0x80 | ((cp >> 12) & 0x3F));
-                out += char(0x80 | ((cp >> 6) & 0x3F));
-                out += char(0x80 | (cp & 0x3F));
-            }
-        }
         std::string string() {
             expect('"');
             std::string out;
             for (;;) {
                 if (pos >= s.size())
                     fail("unterminated string");
-                auto c = static_cast<unsigned char>(s[pos++]);
+                const auto c = static_cast<unsigned char>(s[pos++]);
                 if (c == '"')
                     return out;
                 if (c < 0x20)
@@ -234,50 +163,31 @@ private:
                     out += char(c);
                     continue;
                 }
-                if (pos >= s.size())
-                    fail("unterminated escape");
-                char e = s[pos++];
-                switch (e) {
-                case '"':
-                    out += '"';
-                    break;
-                case '\\':
-                    out += '\\';
-                    break;
-                case '/':
-                    out += '/';
-                    break;
-                case 'b':
-                    out += '\b';
-                    break;
-                case 'f':
-                    out += '\f';
-                    break;
-                case 'n':
-                    out += '\n';
-                    break;
-                case 'r':
-                    out += '\r';
-                    break;
-                case 't':
-                    out += '\t';
-                    break;
-                case 'u': {
-                    unsigned cp = hex4();
-                    if (cp >= 0xD800 && cp < 0xDC00) {
-                        if (!literal("\\u"))
-                            fail("lone high surrogate");
-                        unsigned lo = hex4();
-                        if (lo < 0xDC00 || lo >= 0xE000)
-                            fail("bad low surrogate");
-                        cp = 0x10000 + ((cp - 0xD800) << 10) + (lo - 0xDC00);
-                    } else if (cp >= 0xDC00 && cp < 0xE000) {
-                        fail("lone low surrogate");
+                static const char kFrom[] = "\"\\/bfnrt", kTo[] = "\"\\/\b\f\n\r\t";
+                const char e = peek();
+                ++pos;
+                if (const char* m = e ? std::strchr(kFrom, e) : nullptr) {
+                    out += kTo[m - kFrom];
+                } else if (e == 'u') {
+                    const std::string hex = s.substr(pos, 4);
+                    if (hex.size() != 4 ||
+                        hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
+                        fail("bad \\u escape");
+                    const auto cp = unsigned(std::stoul(hex, nullptr, 16));
+                    if (cp >= 0xD800 && cp < 0xE000)
+                        fail("surrogate in \\u escape");
+                    pos += 4;
+                    if (cp < 0x80) {
+                        out += char(cp);
+                    } else if (cp < 0x800) {
+                        out += char(0xC0 | (cp >> 6));
+                        out += char(0x80 | (cp & 0x3F));
+                    } else {
+                        out += char(0xE0 | (cp >> 12));
+                        out += char(0x80 | ((cp >> 6) & 0x3F));
+                        out += char(0x80 | (cp & 0x3F));
                     }
-                    appendUtf8(out, cp);
-                    break;
-                }
-                default:
+                } else {
                     fail("unknown escape");
                 }
             }

@@ -18,31 +18,29 @@ namespace ringfold::test {
 ChildProcess::~ChildProcess() {
     if (m_pid > 0) {
         ::kill(m_pid, SIGKILL);
-        int status = 0;
-        ::waitpid(m_pid, &status, 0);
+        ::waitpid(m_pid, nullptr, 0);
     }
-    if (m_out >= 0)
-        ::close(m_out);
-    if (m_err >= 0)
-        ::close(m_err);
+    for (int fd : m_fds)
+        if (fd >= 0)
+            ::close(fd);
 }
 
 void ChildProcess::start(const std::vector<std::string>& argv) {
     if (argv.empty() || m_pid > 0)
         throw std::runtime_error("ChildProcess::start: nothing to run or already running");
-    int outPipe[2], errPipe[2];
-    if (::pipe2(outPipe, O_CLOEXEC) != 0)
-        throw std::runtime_error(std::string("pipe: ") + std::strerror(errno));
-    if (::pipe2(errPipe, O_CLOEXEC) != 0) {
-        ::close(outPipe[0]);
-        ::close(outPipe[1]);
-        throw std::runtime_error(std::string("pipe: ") + std::strerror(errno));
+    int pipes[2][2] = {{-1, -1}, {-1, -1}};
+    if (::pipe2(pipes[0], O_CLOEXEC) != 0 || ::pipe2(pipes[1], O_CLOEXEC) != 0) {
+        const int saved = errno;
+        for (int fd : {pipes[0][0], pipes[0][1]})
+            if (fd >= 0)
+                ::close(fd);
+        throw std::runtime_error(std::string("pipe: ") + std::strerror(saved));
     }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, outPipe[1], STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, errPipe[1], STDERR_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, pipes[0][1], STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, pipes[1][1], STDERR_FILENO);
 
     // The child starts with default signal handling whatever the test runner set.
     posix_spawnattr_t attr;
@@ -58,79 +56,58 @@ void ChildProcess::start(const std::vector<std::string>& argv) {
     for (const auto& a : argv)
         args.push_back(const_cast<char*>(a.c_str()));
     args.push_back(nullptr);
-    pid_t pid = -1;
-    int rc = ::posix_spawnp(&pid, args[0], &actions, &attr, args.data(), environ);
+    const int rc = ::posix_spawnp(&m_pid, args[0], &actions, &attr, args.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attr);
-    ::close(outPipe[1]);
-    ::close(errPipe[1]);
+    for (int i = 0; i < 2; ++i) {
+        ::close(pipes[i][1]);
+        m_fds[i] = pipes[i][0];
+    }
     if (rc != 0) {
-        ::close(outPipe[0]);
-        ::close(errPipe[0]);
+        m_pid = -1;
         throw std::runtime_error("cannot run " + argv[0] + ": " + std::strerror(rc));
     }
-    m_pid = pid;
-    m_out = outPipe[0];
-    m_err = errPipe[0];
 }
 
 bool ChildProcess::pump(std::chrono::steady_clock::time_point until) {
-    pollfd fds[2];
-    int n = 0;
-    if (m_out >= 0)
-        fds[n++] = {m_out, POLLIN, 0};
-    if (m_err >= 0)
-        fds[n++] = {m_err, POLLIN, 0};
-    if (n == 0)
-        return false;
-    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+    pollfd fds[2] = {{m_fds[0], POLLIN, 0}, {m_fds[1], POLLIN, 0}}; // poll skips fd -1
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
         until - std::chrono::steady_clock::now());
-    if (left.count() <= 0)
+    if ((m_fds[0] < 0 && m_fds[1] < 0) || left.count() <= 0)
         return false;
-    int r = ::poll(fds, static_cast<nfds_t>(n),
-                   static_cast<int>(std::min<long long>(left.count(), 1000)));
-    if (r < 0)
+    if (::poll(fds, 2, static_cast<int>(std::min<long long>(left.count(), 1000))) < 0)
         return errno == EINTR;
-    for (int i = 0; i < n; ++i) {
+    for (int i = 0; i < 2; ++i) {
         if (!(fds[i].revents & (POLLIN | POLLHUP | POLLERR)))
             continue;
         char buf[65536];
-        ssize_t got = ::read(fds[i].fd, buf, sizeof buf);
-        if (got < 0 && errno == EINTR)
-            continue;
-        int& fd = fds[i].fd == m_out ? m_out : m_err;
-        std::string& text = fds[i].fd == m_out ? m_outText : m_errText;
-        if (got <= 0) {
-            ::close(fd);
-            fd = -1;
-        } else {
-            text.append(buf, static_cast<std::size_t>(got));
+        const ssize_t got = ::read(m_fds[i], buf, sizeof buf);
+        if (got > 0) {
+            m_text[i].append(buf, static_cast<std::size_t>(got));
+        } else if (got == 0 || errno != EINTR) {
+            ::close(m_fds[i]);
+            m_fds[i] = -1;
         }
     }
     return true;
 }
 
-bool ChildProcess::waitForOutput(std::string_view needle, std::chrono::milliseconds timeout,
-                                 bool fromStdout) {
+bool ChildProcess::waitForOutput(std::string_view needle, std::chrono::milliseconds timeout) {
     const auto until = std::chrono::steady_clock::now() + timeout;
-    const std::string& text = fromStdout ? m_outText : m_errText;
-    while (text.find(needle) == std::string::npos) {
+    while (m_text[1].find(needle) == std::string::npos)
         if (!pump(until))
-            return text.find(needle) != std::string::npos;
-    }
+            return m_text[1].find(needle) != std::string::npos;
     return true;
 }
 
 CommandResult ChildProcess::finish(std::chrono::milliseconds timeout) {
     CommandResult result;
     const auto until = std::chrono::steady_clock::now() + timeout;
-    while (m_out >= 0 || m_err >= 0) {
-        if (!pump(until)) {
-            if (std::chrono::steady_clock::now() >= until) {
-                result.timedOut = true;
-                ::kill(m_pid, SIGKILL);
-                break;
-            }
+    while (m_fds[0] >= 0 || m_fds[1] >= 0) {
+        if (!pump(until) && std::chrono::steady_clock::now() >= until) {
+            result.timedOut = true;
+            ::kill(m_pid, SIGKILL);
+            break;
         }
     }
     int status = 0;
@@ -141,10 +118,8 @@ CommandResult ChildProcess::finish(std::chrono::milliseconds timeout) {
     }
     if (WIFEXITED(status))
         result.exitCode = WEXITSTATUS(status);
-    else if (WIFSIGNALED(status))
-        result.signal = WTERMSIG(status);
-    result.out = std::move(m_outText);
-    result.err = std::move(m_errText);
+    result.out = std::move(m_text[0]);
+    result.err = std::move(m_text[1]);
     return result;
 }
 

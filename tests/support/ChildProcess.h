@@ -18,8 +18,6 @@ namespace ringfold::test {
 struct CommandResult {
     /// Exit status when the child exited normally, else -1.
     int exitCode = -1;
-    /// The signal that ended the child, else 0.
-    int signal = 0;
     bool timedOut = false;
     std::string out;
     std::string err;
@@ -36,11 +34,9 @@ public:
     void start(const std::vector<std::string>& argv);
     pid_t pid() const { return m_pid; }
 
-    /// Reads from both pipes until `needle` appears in standard error (or, with
-    /// `fromStdout`, in standard output), the pipe closes, or `timeout` passes.
-    /// Returns whether it appeared.
-    bool waitForOutput(std::string_view needle, std::chrono::milliseconds timeout,
-                       bool fromStdout = false);
+    /// Reads from both pipes until `needle` appears in standard error, both pipes
+    /// close, or `timeout` passes. Returns whether it appeared.
+    bool waitForOutput(std::string_view needle, std::chrono::milliseconds timeout);
 
     /// Reads the rest of both pipes and waits for the child; after `timeout` the child
     /// is killed with SIGKILL and the result says so.
@@ -51,10 +47,8 @@ private:
     bool pump(std::chrono::steady_clock::time_point until);
 
     pid_t m_pid = -1;
-    int m_out = -1;
-    int m_err = -1;
-    std::string m_outText;
-    std::string m_errText;
+    int m_fds[2] = {-1, -1}; // read ends of standard output and standard error
+    std::string m_text[2];   // what came through each so far
 };
 
 /// Runs a command to its end and returns what it printed and how it ended.

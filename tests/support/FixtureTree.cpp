@@ -48,25 +48,13 @@ struct Fd {
     Fd& operator=(const Fd&) = delete;
 };
 
-void writeAll(int fd, const char* data, std::size_t n, std::string_view rel) {
-    while (n > 0) {
-        ssize_t w = ::write(fd, data, n);
-        if (w < 0) {
-            if (errno == EINTR)
-                continue;
-            fail("write", rel);
-        }
-        data += w;
-        n -= static_cast<std::size_t>(w);
-    }
-}
-
 void writeData(int fd, std::int64_t size, char fill, std::string_view rel) {
-    std::string chunk(static_cast<std::size_t>(std::min<std::int64_t>(size, 1 << 20)), fill);
+    const std::string chunk(static_cast<std::size_t>(std::min<std::int64_t>(size, 1 << 20)), fill);
     while (size > 0) {
-        auto n = static_cast<std::size_t>(std::min<std::int64_t>(size, std::int64_t(chunk.size())));
-        writeAll(fd, chunk.data(), n, rel);
-        size -= static_cast<std::int64_t>(n);
+        ssize_t w = ::write(fd, chunk.data(), std::min(chunk.size(), std::size_t(size)));
+        if (w < 0 && errno != EINTR)
+            fail("write", rel);
+        size -= std::max<ssize_t>(w, 0);
     }
 }
 
@@ -95,12 +83,9 @@ std::string FixtureTree::fullPath(std::string_view rel) const {
 
 int FixtureTree::openParent(std::string_view rel, bool create, std::string& leaf) const {
     auto parts = splitPath(rel);
-    if (parts.empty()) {
-        errno = EINVAL;
-        fail("empty path", rel);
-    }
-    leaf = parts.back();
-    parts.pop_back();
+    leaf = parts.empty() ? "." : parts.back();
+    if (!parts.empty())
+        parts.pop_back();
     int fd = ::open(m_root.c_str(), kDirFlags);
     if (fd < 0)
         fail("open root", m_root);
@@ -123,188 +108,147 @@ int FixtureTree::openParent(std::string_view rel, bool create, std::string& leaf
     return fd;
 }
 
-void FixtureTree::makeFolder(std::string_view rel) {
+template <typename Op>
+void FixtureTree::inFolderOf(std::string_view rel, bool create, const char* what, Op op) const {
     std::string leaf;
-    Fd dir(openParent(rel, true, leaf));
-    if (::mkdirat(dir.fd, leaf.c_str(), 0755) != 0 && errno != EEXIST)
-        fail("mkdir", rel);
+    Fd dir(openParent(rel, create, leaf));
+    if (!op(dir.fd, leaf.c_str()))
+        fail(what, rel);
+}
+
+void FixtureTree::makeFolder(std::string_view rel) {
+    inFolderOf(rel, true, "mkdir", [](int dir, const char* name) {
+        return ::mkdirat(dir, name, 0755) == 0 || errno == EEXIST;
+    });
+}
+
+int FixtureTree::create(std::string_view rel) {
+    int fd = -1;
+    inFolderOf(rel, true, "create", [&](int dir, const char* name) {
+        fd = ::openat(dir, name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        return fd >= 0;
+    });
+    return fd;
 }
 
 void FixtureTree::writeFile(std::string_view rel, std::int64_t size, char fill) {
-    std::string leaf;
-    Fd dir(openParent(rel, true, leaf));
-    Fd f(::openat(dir.fd, leaf.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-    if (f.fd < 0)
-        fail("create", rel);
+    Fd f(create(rel));
     writeData(f.fd, size, fill, rel);
+}
+
+void FixtureTree::writeFiles(
+    std::initializer_list<std::pair<std::string_view, std::int64_t>> files) {
+    for (const auto& [rel, size] : files)
+        writeFile(rel, size);
 }
 
 void FixtureTree::sparseFile(std::string_view rel, std::int64_t logicalSize,
                              std::int64_t dataBytes) {
-    std::string leaf;
-    Fd dir(openParent(rel, true, leaf));
-    Fd f(::openat(dir.fd, leaf.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-    if (f.fd < 0)
-        fail("create", rel);
+    Fd f(create(rel));
     writeData(f.fd, dataBytes, 's', rel);
     if (::ftruncate(f.fd, logicalSize) != 0)
         fail("ftruncate", rel);
 }
 
 void FixtureTree::hardLink(std::string_view existingRel, std::string_view newRel) {
-    std::string oldLeaf, newLeaf;
+    std::string oldLeaf;
     Fd oldDir(openParent(existingRel, false, oldLeaf));
-    Fd newDir(openParent(newRel, true, newLeaf));
-    if (::linkat(oldDir.fd, oldLeaf.c_str(), newDir.fd, newLeaf.c_str(), 0) != 0)
-        fail("link", newRel);
+    inFolderOf(newRel, true, "link", [&](int dir, const char* name) {
+        return ::linkat(oldDir.fd, oldLeaf.c_str(), dir, name, 0) == 0;
+    });
 }
 
 void FixtureTree::symlink(std::string_view target, std::string_view rel) {
-    std::string leaf;
-    Fd dir(openParent(rel, true, leaf));
-    if (::symlinkat(std::string(target).c_str(), dir.fd, leaf.c_str()) != 0)
-        fail("symlink", rel);
+    inFolderOf(rel, true, "symlink", [t = std::string(target)](int dir, const char* name) {
+        return ::symlinkat(t.c_str(), dir, name) == 0;
+    });
 }
 
 void FixtureTree::fifo(std::string_view rel) {
-    std::string leaf;
-    Fd dir(openParent(rel, true, leaf));
-    if (::mkfifoat(dir.fd, leaf.c_str(), 0644) != 0)
-        fail("mkfifo", rel);
+    inFolderOf(rel, true, "mkfifo",
+               [](int dir, const char* name) { return ::mkfifoat(dir, name, 0644) == 0; });
 }
 
 void FixtureTree::chmod(std::string_view rel, mode_t mode) {
-    if (splitPath(rel).empty()) {
-        if (::chmod(m_root.c_str(), mode) != 0)
-            fail("chmod", m_root);
-        return;
-    }
-    std::string leaf;
-    Fd dir(openParent(rel, false, leaf));
-    if (::fchmodat(dir.fd, leaf.c_str(), mode, 0) != 0)
-        fail("chmod", rel);
+    inFolderOf(rel, false, "chmod",
+               [&](int dir, const char* name) { return ::fchmodat(dir, name, mode, 0) == 0; });
 }
 
 void FixtureTree::remove(std::string_view rel) {
-    std::string leaf;
-    Fd dir(openParent(rel, false, leaf));
-    if (::unlinkat(dir.fd, leaf.c_str(), 0) != 0 &&
-        !(errno == EISDIR && ::unlinkat(dir.fd, leaf.c_str(), AT_REMOVEDIR) == 0))
-        fail("remove", rel);
+    inFolderOf(rel, false, "remove", [](int dir, const char* name) {
+        return ::unlinkat(dir, name, 0) == 0 ||
+               (errno == EISDIR && ::unlinkat(dir, name, AT_REMOVEDIR) == 0);
+    });
 }
 
 std::string FixtureTree::deepChain(std::string_view rel, int depth, std::string_view segment) {
-    makeFolder(rel);
-    std::string leaf;
-    int fd = openParent(std::string(rel) + "/x", false, leaf);
-    const std::string seg(segment);
+    // makeFolder walks and creates the components one at a time, so one call builds it.
     std::string path(rel);
-    path.reserve(path.size() + static_cast<std::size_t>(depth) * (seg.size() + 1));
-    for (int i = 0; i < depth; ++i) {
-        if (::mkdirat(fd, seg.c_str(), 0755) != 0 && errno != EEXIST) {
-            ::close(fd);
-            fail("mkdir in chain", rel);
-        }
-        int next = ::openat(fd, seg.c_str(), kDirFlags);
-        ::close(fd);
-        if (next < 0)
-            fail("open in chain", rel);
-        fd = next;
-        path += '/';
-        path += seg;
-    }
-    ::close(fd);
+    for (int i = 0; i < depth; ++i)
+        (path += '/') += segment;
+    makeFolder(path);
     return path;
 }
 
-std::int64_t FixtureTree::allocatedSizeOf(std::string_view rel) const {
+struct stat FixtureTree::statOf(std::string_view rel) const {
     struct stat st {};
-    if (splitPath(rel).empty()) {
-        if (::lstat(m_root.c_str(), &st) != 0)
-            fail("stat", m_root);
-    } else {
-        std::string leaf;
-        Fd dir(openParent(rel, false, leaf));
-        if (::fstatat(dir.fd, leaf.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0)
-            fail("stat", rel);
-    }
-    return static_cast<std::int64_t>(st.st_blocks) * 512;
+    inFolderOf(rel, false, "stat", [&](int dir, const char* name) {
+        return ::fstatat(dir, name, &st, AT_SYMLINK_NOFOLLOW) == 0;
+    });
+    return st;
+}
+
+std::int64_t FixtureTree::allocatedSizeOf(std::string_view rel) const {
+    return static_cast<std::int64_t>(statOf(rel).st_blocks) * 512;
 }
 
 std::int64_t FixtureTree::logicalSizeOf(std::string_view rel) const {
-    struct stat st {};
-    if (splitPath(rel).empty()) {
-        if (::lstat(m_root.c_str(), &st) != 0)
-            fail("stat", m_root);
-    } else {
-        std::string leaf;
-        Fd dir(openParent(rel, false, leaf));
-        if (::fstatat(dir.fd, leaf.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0)
-            fail("stat", rel);
-    }
-    return static_cast<std::int64_t>(st.st_size);
+    return static_cast<std::int64_t>(statOf(rel).st_size);
 }
 
-void FixtureTree::removeAll() {
-    // Depth first without recursion and with one descriptor at a time: climb back up
-    // through "..", so chains deeper than PATH_MAX come apart too. Every folder gets
-    // its permissions back before it is opened, in case a test locked it.
-    struct Level {
-        std::string name; // of this folder inside its parent
-        std::vector<std::string> subfolders;
-    };
-    ::chmod(m_root.c_str(), 0700);
-    int fd = ::open(m_root.c_str(), kDirFlags);
-    if (fd < 0)
-        return;
-    std::vector<Level> stack;
-    auto enter = [&](int dirfd, std::string name) {
-        Level level{std::move(name), {}};
-        int dupfd = ::dup(dirfd);
-        if (DIR* d = dupfd >= 0 ? ::fdopendir(dupfd) : nullptr) {
-            while (dirent* e = ::readdir(d)) {
-                const char* n = e->d_name;
-                if (n[0] == '.' && (n[1] == '\0' || (n[1] == '.' && n[2] == '\0')))
-                    continue;
-                struct stat st {};
-                if (::fstatat(dirfd, n, &st, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(st.st_mode))
-                    level.subfolders.emplace_back(n);
-                else
-                    ::unlinkat(dirfd, n, 0);
-            }
-            ::closedir(d);
-        } else if (dupfd >= 0) {
-            ::close(dupfd);
-        }
-        stack.push_back(std::move(level));
-    };
-    enter(fd, "");
-    while (!stack.empty()) {
-        Level& top = stack.back();
-        if (!top.subfolders.empty()) {
-            std::string sub = std::move(top.subfolders.back());
-            top.subfolders.pop_back();
-            ::fchmodat(fd, sub.c_str(), 0700, 0);
-            int next = ::openat(fd, sub.c_str(), kDirFlags | O_NOFOLLOW);
-            if (next < 0)
+namespace {
+
+// Empties the folder open as `fd` and returns a descriptor of it again. Only one
+// descriptor is open at a time, coming back up through "..", so chains deeper than
+// PATH_MAX or the descriptor limit come apart too. Every folder gets its permissions
+// back before it is opened, in case a test locked it.
+int emptyFolder(int fd) {
+    std::vector<std::string> subfolders;
+    if (DIR* d = ::fdopendir(::dup(fd))) {
+        while (dirent* e = ::readdir(d)) {
+            const std::string_view n = e->d_name;
+            struct stat st {};
+            if (n == "." || n == "..")
                 continue;
-            ::close(fd);
-            fd = next;
-            enter(fd, std::move(sub));
-            continue;
+            if (::fstatat(fd, e->d_name, &st, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(st.st_mode))
+                subfolders.emplace_back(n);
+            else
+                ::unlinkat(fd, e->d_name, 0);
         }
-        std::string name = std::move(top.name);
-        stack.pop_back();
-        if (stack.empty())
-            break;
-        int parent = ::openat(fd, "..", kDirFlags);
-        ::close(fd);
-        if (parent < 0)
-            return;
-        fd = parent;
-        ::unlinkat(fd, name.c_str(), AT_REMOVEDIR);
+        ::closedir(d);
     }
-    ::close(fd);
+    for (const auto& sub : subfolders) {
+        ::fchmodat(fd, sub.c_str(), 0700, 0);
+        int child = ::openat(fd, sub.c_str(), kDirFlags | O_NOFOLLOW);
+        if (child < 0)
+            continue;
+        ::close(fd);
+        child = emptyFolder(child);
+        fd = child < 0 ? -1 : ::openat(child, "..", kDirFlags);
+        ::close(child);
+        if (fd < 0)
+            return -1;
+        ::unlinkat(fd, sub.c_str(), AT_REMOVEDIR);
+    }
+    return fd;
+}
+
+} // namespace
+
+void FixtureTree::removeAll() {
+    ::chmod(m_root.c_str(), 0700);
+    if (int fd = ::open(m_root.c_str(), kDirFlags); fd >= 0)
+        ::close(emptyFolder(fd));
     ::rmdir(m_root.c_str());
 }
 

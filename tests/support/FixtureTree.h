@@ -3,18 +3,21 @@
 // whole folder again in its destructor, whatever permissions the test left on it.
 //
 // Every operation takes a path relative to the fixture's root and reaches it with
-// openat/mkdirat one component at a time, so paths far longer than PATH_MAX work
-// and folder chains thousands of levels deep never recurse. Missing parent folders
-// are created. Failures throw std::runtime_error naming the path and errno, so a
-// broken fixture ends the test instead of producing a misleading tree.
+// openat/mkdirat one component at a time, so paths far longer than PATH_MAX work.
+// An empty path is the root itself. Missing parent folders are created. Failures throw
+// std::runtime_error naming the path and errno, so a broken fixture ends the test
+// instead of producing a misleading tree.
 //
 // Threads: one object belongs to one thread; deleting entries from another thread
 // while a scan runs is done with plain unlink on fullPath().
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <sys/types.h>
+#include <utility>
 
 namespace ringfold::test {
 
@@ -35,6 +38,8 @@ public:
     void makeFolder(std::string_view rel);
     /// A regular file of `size` bytes of real data (so its blocks are allocated).
     void writeFile(std::string_view rel, std::int64_t size, char fill = 'x');
+    /// Several files at once: {path, size} pairs.
+    void writeFiles(std::initializer_list<std::pair<std::string_view, std::int64_t>> files);
     /// A file of logical size `logicalSize` holding real data only in its first
     /// `dataBytes` bytes; the rest is a hole.
     void sparseFile(std::string_view rel, std::int64_t logicalSize, std::int64_t dataBytes);
@@ -60,6 +65,13 @@ private:
     // Opens the folder holding the last component of `rel` (creating folders on the
     // way when `create`) and returns its descriptor; `leaf` receives the last name.
     int openParent(std::string_view rel, bool create, std::string& leaf) const;
+    // Creates or truncates a regular file and returns its descriptor for writing.
+    int create(std::string_view rel);
+    // Runs op(folder descriptor, last name) in the folder holding `rel` (created with
+    // `create`); throws naming `what` when op returns false.
+    template <typename Op>
+    void inFolderOf(std::string_view rel, bool create, const char* what, Op op) const;
+    struct stat statOf(std::string_view rel) const;
     void removeAll();
 
     std::string m_root;

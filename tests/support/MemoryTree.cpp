@@ -15,51 +15,44 @@ MemoryTree::MemoryTree(std::string_view rootName) : m_tree(Tree::create()), m_al
 FileNode* MemoryTree::add(FileNode* parent, const NodeInit& init) {
     FileNode* n = m_alloc.create(init);
     FileNode* one[] = {n};
-    auto tail = m_tails.find(parent);
-    m_tails[parent] =
-        m_tree->linkChildren(parent, one, tail == m_tails.end() ? nullptr : tail->second);
+    FileNode*& tail = m_tails[parent]; // null until the first child: linkChildren then walks
+    tail = m_tree->linkChildren(parent, one, tail);
     return n;
 }
 
 FileNode* MemoryTree::folder(FileNode* parent, std::string_view name, NodeOptions options) {
-    NodeInit init;
-    init.name = name;
-    init.isDirectory = true;
-    init.isHidden = options.hidden;
-    init.cloudStatus = options.cloud;
-    init.modificationDate = options.modified;
-    return add(parent, init);
+    return add(parent, init(name, true, 0, options));
 }
 
 FileNode* MemoryTree::file(FileNode* parent, std::string_view name, std::int64_t allocatedSize,
                            NodeOptions options) {
+    return add(parent, init(name, false, allocatedSize, options));
+}
+
+NodeInit MemoryTree::init(std::string_view name, bool directory, std::int64_t allocatedSize,
+                          const NodeOptions& options) {
     NodeInit init;
     init.name = name;
+    init.isDirectory = directory;
     init.allocatedSize = allocatedSize;
     init.logicalSize = options.logical.value_or(allocatedSize);
     init.isHidden = options.hidden;
     init.cloudStatus = options.cloud;
     init.modificationDate = options.modified;
-    return add(parent, init);
+    return init;
 }
 
 std::int64_t MemoryTree::totalFolders() {
-    // Reverse pre-order visits every child before its parent.
-    std::vector<FileNode*> order;
-    std::vector<FileNode*> stack{m_root};
-    while (!stack.empty()) {
-        FileNode* n = stack.back();
-        stack.pop_back();
-        order.push_back(n);
-        for (FileNode* c : n->children())
-            stack.push_back(c);
-    }
+    // Breadth-first order lists every child after its parent; walk it backwards.
+    std::vector<FileNode*> order{m_root};
+    for (std::size_t i = 0; i < order.size(); ++i)
+        for (FileNode* c : order[i]->children())
+            order.push_back(c);
     for (auto it = order.rbegin(); it != order.rend(); ++it) {
         FileNode* n = *it;
         if (!n->isDirectory())
             continue;
-        std::int64_t allocated = 0;
-        std::int64_t logical = 0;
+        std::int64_t allocated = 0, logical = 0;
         for (FileNode* c : n->children()) {
             allocated += c->allocatedSize();
             logical += c->logicalSize();

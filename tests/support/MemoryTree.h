@@ -40,6 +40,8 @@ public:
 
 private:
     FileNode* add(FileNode* parent, const NodeInit& init);
+    static NodeInit init(std::string_view name, bool directory, std::int64_t allocatedSize,
+                         const NodeOptions& options);
 
     std::shared_ptr<Tree> m_tree;
     NodeAllocator m_alloc;

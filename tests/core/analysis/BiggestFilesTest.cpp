@@ -28,14 +28,13 @@ TEST(BiggestFiles, ListsOnlyFilesLargestFirstWithTheirPaths) {
     t.totalFolders();
 
     const auto entries = BiggestFiles::find(*t.root(), 200);
-    EXPECT_EQ(names(entries), (std::vector<std::string>{"deep.bin", "mid.log", "top.txt"}));
-    ASSERT_EQ(entries.size(), 3u);
+    ASSERT_EQ(names(entries), (std::vector<std::string>{"deep.bin", "mid.log", "top.txt"}));
     EXPECT_EQ(entries[0].id, deep->id());
-    EXPECT_EQ(entries[0].relativePath, "a/b");
-    EXPECT_EQ(entries[0].allocatedSize, 700);
     EXPECT_EQ(entries[0].logicalSize, 650);
-    EXPECT_EQ(entries[1].relativePath, "a");
-    EXPECT_EQ(entries[2].relativePath, "");
+    std::vector<std::string> paths;
+    for (const auto& e : entries)
+        paths.push_back(e.relativePath);
+    EXPECT_EQ(paths, (std::vector<std::string>{"a/b", "a", ""}));
 
     // Sizes are a snapshot: a later change of the tree does not reach built entries.
     deep->setAllocatedSize(1);

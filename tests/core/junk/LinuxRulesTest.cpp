@@ -1,8 +1,6 @@
 // The rules for the places Linux programs use: XDG cache and state folders, developer
 // caches, crash reports and per-application data of uninstalled programs.
-#include "SyntheticTree.h"
-
-#include "core/junk/JunkClassifier.h"
+#include "JunkFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -11,27 +9,9 @@
 namespace ringfold {
 namespace {
 
-using testing::SyntheticTree;
+using namespace testing;
 
-constexpr Timestamp kNow = 1'700'000'000;
-constexpr Timestamp kDay = 86400;
-
-JunkClassifier classifier(std::unordered_set<std::string> orphans = {}) {
-    JunkClassifier c;
-    c.places = JunkPlaces::forHome("/home/ann");
-    c.now = kNow;
-    c.diagnosticReportsMaxAge = JunkClassifier::daysToSeconds(30);
-    c.cachesDerivedDataMaxAge = JunkClassifier::daysToSeconds(14);
-    c.orphanedBundleIDs = std::move(orphans);
-    return c;
-}
-
-std::vector<std::string> described(const std::vector<JunkItem>& items) {
-    std::vector<std::string> out;
-    for (const auto& i : items)
-        out.push_back(i.node->url() + " " + rawValue(i.category) + " " + label(i.confidence));
-    return out;
-}
+const std::string kHome = "/home/ann";
 
 TEST(LinuxRules, CachesThumbnailsAndDeveloperCaches) {
     SyntheticTree t("/home/ann");
@@ -61,7 +41,7 @@ TEST(LinuxRules, CachesThumbnailsAndDeveloperCaches) {
         "/home/ann/.ccache developerCaches Medium",
         "/home/ann/.cache/bazel developerCaches Medium",
     };
-    EXPECT_EQ(described(classifier().classify(*t.root())), expected);
+    EXPECT_EQ(described(classifier(kHome).classify(*t.root())), expected);
 }
 
 TEST(LinuxRules, LogsTwoLevelsDeepAndCrashReports) {
@@ -92,7 +72,7 @@ TEST(LinuxRules, LogsTwoLevelsDeepAndCrashReports) {
         "/var/crash/_usr_bin_other.0.crash diagnosticReports Medium",
         "/var/crash/_usr_bin_undated.0.crash diagnosticReports Medium",
     };
-    EXPECT_EQ(described(classifier().classify(*t.root())), expected);
+    EXPECT_EQ(described(classifier(kHome).classify(*t.root())), expected);
 }
 
 TEST(LinuxRules, OrphanedApplicationData) {
@@ -107,7 +87,7 @@ TEST(LinuxRules, OrphanedApplicationData) {
     t.addFolder(".local/share/org.gone.Player");
     t.addFolder(".local/share/applications");
 
-    const auto c = classifier();
+    const auto c = classifier(kHome);
     const std::vector<std::string> candidates = {"org.gone.Player", "org.here.Editor",
                                                  "org.gone.Player", "org.here.Editor",
                                                  "org.gone.Player", "org.gone.Player"};
@@ -120,7 +100,7 @@ TEST(LinuxRules, OrphanedApplicationData) {
         "/home/ann/.config/org.gone.Player orphanedAppSupport Orphaned",
         "/home/ann/.local/share/org.gone.Player orphanedAppSupport Orphaned",
     };
-    EXPECT_EQ(described(classifier({"org.gone.Player", "autostart"}).classify(*t.root())),
+    EXPECT_EQ(described(classifier(kHome, {"org.gone.Player", "autostart"}).classify(*t.root())),
               expected);
 }
 
@@ -144,7 +124,7 @@ TEST(LinuxRules, XdgVariablesMoveTheCacheAndStateFolders) {
     t.addFolder("fast/cache/thumbnails");
     t.addFolder("fast/cache/pip");
     t.addFolder("home/ann/.cache/thumbnails"); // not the cache folder any more
-    JunkClassifier c = classifier();
+    JunkClassifier c = classifier(kHome);
     c.places = p;
     const std::vector<std::string> expected = {
         "/fast/cache/thumbnails thumbnails High",
@@ -157,7 +137,7 @@ TEST(LinuxRules, BothRuleSetsRunOnOneTree) {
     SyntheticTree t("/home/ann");
     t.add("Library/Logs/system.log.0", kNow);
     t.addFolder(".cache/thumbnails");
-    const auto items = classifier().classify(*t.root());
+    const auto items = classifier(kHome).classify(*t.root());
     ASSERT_EQ(items.size(), 2u);
     EXPECT_EQ(items[0].category, JunkCategory::appLogs);
     EXPECT_EQ(items[1].category, JunkCategory::thumbnails);

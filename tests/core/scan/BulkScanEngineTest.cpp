@@ -36,11 +36,18 @@ Scanned scanBulk(const std::string& path, int threads = 4,
     return s;
 }
 
-TEST(BulkScanHardLinks, TwoNamesInOneFolderAreCountedOnce) {
+// Every test builds its own tree on disk.
+class BulkScan : public ::testing::Test {
+protected:
     FixtureTree fx;
-    fx.writeFile("f/one", 4096);
+};
+
+TEST_F(BulkScan, DuplicatesKeepNoBlocksAndEveryHolderSharesStorage) {
+    fx.writeFiles({{"f/one", 4096}, {"f/plain", 10000}, {"orig.bin", 4096}, {"sub/empty.txt", 0}});
     fx.hardLink("f/one", "f/two");
-    fx.writeFile("f/plain", 10000);
+    // The root's own files are claimed before any subfolder is read, so the copy
+    // deep down is the duplicate whatever the thread timing.
+    fx.hardLink("orig.bin", "sub/only/dup.bin");
     auto s = scanBulk(fx.root());
     ASSERT_TRUE(s.result);
     const FileNode* f = at(s.root(), "f");
@@ -54,30 +61,41 @@ TEST(BulkScanHardLinks, TwoNamesInOneFolderAreCountedOnce) {
     // Whichever came first keeps the blocks; both say they share storage.
     EXPECT_EQ(std::min(one->allocatedSize(), two->allocatedSize()), 0);
     EXPECT_EQ(std::max(one->allocatedSize(), two->allocatedSize()), blocks);
-    EXPECT_TRUE(one->sharesStorage());
-    EXPECT_TRUE(two->sharesStorage());
+    EXPECT_TRUE(one->sharesStorage() && two->sharesStorage());
     EXPECT_FALSE(child(f, "plain")->sharesStorage());
     EXPECT_FALSE(f->sharesStorage());
-    EXPECT_EQ(s.stats.sharedStreams, 1);
-    EXPECT_EQ(s.stats.itemCount, 5);
+
+    const FileNode* orig = at(s.root(), "orig.bin");
+    const FileNode* dup = at(s.root(), "sub/only/dup.bin");
+    ASSERT_TRUE(orig && dup);
+    EXPECT_EQ(orig->allocatedSize(), fx.allocatedSizeOf("orig.bin"));
+    EXPECT_TRUE(orig->sharesStorage());
+    EXPECT_EQ(dup->logicalSize(), 4096);
+    EXPECT_EQ(dup->sizeLabel(), "no extra space");
+    // A folder holding only a zeroed duplicate is empty and shares storage.
+    for (const char* rel : {"sub/only/dup.bin", "sub/only", "sub"}) {
+        EXPECT_EQ(at(s.root(), rel)->allocatedSize(), 0) << rel;
+        EXPECT_TRUE(at(s.root(), rel)->sharesStorage()) << rel;
+    }
+    EXPECT_FALSE(s.root()->sharesStorage());
+    EXPECT_EQ(s.stats.sharedStreams, 2);
+    EXPECT_EQ(s.stats.itemCount, 10);
 
     std::vector<std::int64_t> numbers;
     EXPECT_TRUE(test::matchesPattern(s.diagnostics,
                                      "[BulkScanEngine] scan complete: # items in #.#s, 0 cloud "
-                                     "IPC queries, 0 restricted, 0 mount-skipped, 1 shared "
+                                     "IPC queries, 0 restricted, 0 mount-skipped, 2 shared "
                                      "streams\n",
                                      &numbers))
         << s.diagnostics;
     ASSERT_FALSE(numbers.empty());
-    EXPECT_EQ(numbers[0], 5);
+    EXPECT_EQ(numbers[0], 10);
 }
 
-TEST(BulkScanHardLinks, ThreeNamesInThreeFoldersCountOneStreamOnce) {
-    FixtureTree fx;
-    fx.writeFile("a/x", 8192);
+TEST_F(BulkScan, ThreeNamesInThreeFoldersCountOneStreamOnce) {
+    fx.writeFiles({{"a/x", 8192}, {"c/own", 3000}});
     fx.hardLink("a/x", "b/y");
     fx.hardLink("a/x", "c/z");
-    fx.writeFile("c/own", 3000);
     auto s = scanBulk(fx.root(), 3);
     ASSERT_TRUE(s.result);
     const std::int64_t blocks = fx.allocatedSizeOf("a/x");
@@ -96,45 +114,10 @@ TEST(BulkScanHardLinks, ThreeNamesInThreeFoldersCountOneStreamOnce) {
     }
     EXPECT_EQ(keepers, 1);
     EXPECT_EQ(s.stats.sharedStreams, 1); // streams met twice or more, not extra holders
-    // A folder that holds only a zeroed duplicate is empty and shares storage.
-    for (const char* folder : {"a", "b"}) {
-        const FileNode* n = at(s.root(), folder);
-        EXPECT_EQ(n->sharesStorage(), n->allocatedSize() == 0) << folder;
-    }
-    EXPECT_FALSE(s.root()->sharesStorage());
     EXPECT_EQ(test::sumsMismatch(s.root()), "");
 }
 
-TEST(BulkScanHardLinks, FolderHoldingOnlyAZeroedDuplicateIsEmptyAndShares) {
-    FixtureTree fx;
-    // The root's own files are claimed before any subfolder is read, so the copy
-    // deep down is the duplicate whatever the thread timing.
-    fx.writeFile("orig.bin", 4096);
-    fx.hardLink("orig.bin", "sub/only/dup.bin");
-    fx.writeFile("sub/empty.txt", 0);
-    auto s = scanBulk(fx.root());
-    ASSERT_TRUE(s.result);
-    const FileNode* orig = at(s.root(), "orig.bin");
-    const FileNode* dup = at(s.root(), "sub/only/dup.bin");
-    const FileNode* only = at(s.root(), "sub/only");
-    const FileNode* sub = at(s.root(), "sub");
-    ASSERT_TRUE(orig && dup && only && sub);
-    EXPECT_EQ(orig->allocatedSize(), fx.allocatedSizeOf("orig.bin"));
-    EXPECT_TRUE(orig->sharesStorage());
-    EXPECT_EQ(dup->allocatedSize(), 0);
-    EXPECT_EQ(dup->logicalSize(), 4096);
-    EXPECT_TRUE(dup->sharesStorage());
-    EXPECT_EQ(dup->sizeLabel(), "no extra space");
-    EXPECT_EQ(only->allocatedSize(), 0);
-    EXPECT_TRUE(only->sharesStorage());
-    EXPECT_EQ(sub->allocatedSize(), 0);
-    EXPECT_TRUE(sub->sharesStorage());
-    EXPECT_FALSE(s.root()->sharesStorage());
-    EXPECT_EQ(s.stats.sharedStreams, 1);
-}
-
-TEST(BulkScanFiles, SparseFileCountsOnlyItsAllocatedBlocks) {
-    FixtureTree fx;
+TEST_F(BulkScan, SparseFileCountsOnlyItsAllocatedBlocks) {
     fx.sparseFile("disk.img", 64LL << 20, 4096);
     auto s = scanBulk(fx.root());
     ASSERT_TRUE(s.result);
@@ -149,8 +132,8 @@ TEST(BulkScanFiles, SparseFileCountsOnlyItsAllocatedBlocks) {
     EXPECT_EQ(s.root()->allocatedSize(), img->allocatedSize());
 }
 
-TEST(BulkScanFiles, SymlinksAreItemsOfTheirOwnAndNeverFollowed) {
-    FixtureTree fx;
+TEST_F(BulkScan, SymlinksAndFifosAreLeavesNeverFollowedOrOpened) {
+    fx.fifo("pipe");
     fx.writeFile("target/big", 100000);
     fx.symlink("target", "link-to-dir");
     fx.symlink("target/big", "link-to-file");
@@ -161,7 +144,7 @@ TEST(BulkScanFiles, SymlinksAreItemsOfTheirOwnAndNeverFollowed) {
     ASSERT_TRUE(s.result);
     std::int64_t allocated = fx.allocatedSizeOf("target/big");
     std::int64_t logical = 100000;
-    for (const char* name : {"link-to-dir", "link-to-file", "loop1", "loop2", "self"}) {
+    for (const char* name : {"link-to-dir", "link-to-file", "loop1", "loop2", "self", "pipe"}) {
         const FileNode* n = child(s.root(), name);
         ASSERT_NE(n, nullptr) << name;
         EXPECT_FALSE(n->isDirectory()) << name;
@@ -173,26 +156,11 @@ TEST(BulkScanFiles, SymlinksAreItemsOfTheirOwnAndNeverFollowed) {
     }
     EXPECT_EQ(s.root()->allocatedSize(), allocated);
     EXPECT_EQ(s.root()->logicalSize(), logical);
-    EXPECT_EQ(s.stats.itemCount, 1 + 2 + 5);
+    EXPECT_EQ(s.stats.itemCount, 1 + 2 + 5 + 1);
+    EXPECT_EQ(child(s.root(), "pipe")->kindLabel(), "File");
 }
 
-TEST(BulkScanFiles, FifoIsListedWithoutBeingOpened) {
-    FixtureTree fx;
-    fx.fifo("pipe");
-    fx.writeFile("after", 10);
-    auto s = scanBulk(fx.root());
-    ASSERT_TRUE(s.result);
-    const FileNode* pipe = child(s.root(), "pipe");
-    ASSERT_NE(pipe, nullptr);
-    EXPECT_FALSE(pipe->isDirectory());
-    EXPECT_EQ(pipe->allocatedSize(), 0);
-    EXPECT_EQ(pipe->logicalSize(), 0);
-    EXPECT_EQ(pipe->kindLabel(), "File");
-    EXPECT_NE(child(s.root(), "after"), nullptr);
-}
-
-TEST(BulkScanFiles, OddNamesArriveByteForByte) {
-    FixtureTree fx;
+TEST_F(BulkScan, OddNamesArriveByteForByte) {
     const std::vector<std::string> names = {"with space", "new\nline",      "bad\xff\xfe utf8",
                                             "tab\there",  "\xc3\xbcnicode", "-dash",
                                             "*star?",     " leading"};
@@ -213,15 +181,14 @@ TEST(BulkScanFiles, OddNamesArriveByteForByte) {
     EXPECT_EQ(s.stats.itemCount, 1 + std::int64_t(names.size()) + 2);
 }
 
-TEST(BulkScanFiles, AppleDoubleEntriesAreNeitherShownNorCounted) {
-    FixtureTree fx;
-    fx.writeFile("._meta", 5000);
-    fx.writeFile("._dir/inside", 5000);
-    fx.writeFile("._", 10);
-    fx.writeFile("keep", 100);
-    fx.writeFile("x._y", 100);
-    fx.writeFile("._also/._nested", 10);
-    fx.writeFile("only/._a", 4096);
+TEST_F(BulkScan, AppleDoubleEntriesAreNeitherShownNorCounted) {
+    fx.writeFiles({{"._meta", 5000},
+                   {"._dir/inside", 5000},
+                   {"._", 10},
+                   {"keep", 100},
+                   {"x._y", 100},
+                   {"._also/._nested", 10},
+                   {"only/._a", 4096}});
     auto s = scanBulk(fx.root());
     ASSERT_TRUE(s.result);
     std::set<std::string> names;
@@ -236,24 +203,7 @@ TEST(BulkScanFiles, AppleDoubleEntriesAreNeitherShownNorCounted) {
     EXPECT_EQ(s.root()->allocatedSize(), fx.allocatedSizeOf("keep") + fx.allocatedSizeOf("x._y"));
 }
 
-TEST(BulkScanFolders, EmptyFolderIsAnEmptyRoot) {
-    FixtureTree fx;
-    auto s = scanBulk(fx.root());
-    ASSERT_TRUE(s.result);
-    EXPECT_FALSE(s.root()->hasChildren());
-    EXPECT_TRUE(s.root()->isDirectory());
-    EXPECT_FALSE(s.root()->isRestricted());
-    EXPECT_EQ(s.root()->allocatedSize(), 0);
-    EXPECT_EQ(s.root()->logicalSize(), 0);
-    EXPECT_EQ(s.root()->url(), fx.root());
-    EXPECT_EQ(s.stats.itemCount, 1);
-    EXPECT_EQ(s.result->accounting.enumeratedAllocatedSize, 0);
-    EXPECT_EQ(s.result->accounting.restrictedPathCount, 0);
-    EXPECT_GT(s.result->accounting.volumeTotalCapacity, 0);
-}
-
-TEST(BulkScanFolders, ThousandSubfoldersAllArriveWithBoundedConcurrentReads) {
-    FixtureTree fx;
+TEST_F(BulkScan, ThousandSubfoldersAllArriveWithBoundedConcurrentReads) {
     for (int i = 0; i < 1000; ++i)
         fx.writeFile("f" + std::to_string(i) + "/data", i % 7 == 0 ? 5000 : 0);
     auto s = scanBulk(fx.root(), 8);
@@ -272,8 +222,7 @@ TEST(BulkScanFolders, ThousandSubfoldersAllArriveWithBoundedConcurrentReads) {
     EXPECT_EQ(test::sumsMismatch(s.root()), "");
 }
 
-TEST(BulkScanFolders, ChainOfThreeThousandLevels) {
-    FixtureTree fx;
+TEST_F(BulkScan, ChainOfThreeThousandLevels) {
     const std::string deepest = fx.deepChain("chain", 3000);
     fx.writeFile(deepest + "/bottom.bin", 5000);
     auto s = scanBulk(fx.root(), 2);
@@ -295,8 +244,7 @@ TEST(BulkScanFolders, ChainOfThreeThousandLevels) {
     EXPECT_EQ(test::sumsMismatch(s.root()), "");
 }
 
-TEST(BulkScanFolders, FilesBeyondPathMaxAreFoundAndCounted) {
-    FixtureTree fx;
+TEST_F(BulkScan, FilesBeyondPathMaxAreFoundAndCounted) {
     const std::string seg(240, 'p');
     std::string rel = "long";
     for (int i = 0; i < 20; ++i) {
@@ -318,8 +266,7 @@ TEST(BulkScanFolders, FilesBeyondPathMaxAreFoundAndCounted) {
     EXPECT_EQ(end->url(), fx.fullPath(rel + "/end.txt"));
 }
 
-TEST(BulkScanFolders, ChildrenListFilesBeforeFolders) {
-    FixtureTree fx;
+TEST_F(BulkScan, ChildrenListFilesBeforeFolders) {
     for (int i = 0; i < 30; ++i) {
         const std::string n = std::to_string(i);
         fx.writeFile("mix/file" + n, 10);
@@ -340,8 +287,7 @@ TEST(BulkScanFolders, ChildrenListFilesBeforeFolders) {
     EXPECT_EQ(at(s.root(), "mix")->childCount(), 90u);
 }
 
-TEST(BulkScanIdentity, TwoScansGiveDisjointIncreasingIds) {
-    FixtureTree fx;
+TEST_F(BulkScan, TwoScansGiveDisjointIncreasingIds) {
     for (int i = 0; i < 50; ++i)
         fx.writeFile("d" + std::to_string(i % 5) + "/f" + std::to_string(i), 10);
     auto first = scanBulk(fx.root());
@@ -358,11 +304,9 @@ TEST(BulkScanIdentity, TwoScansGiveDisjointIncreasingIds) {
     EXPECT_EQ(ids1.size(), 56u);
 }
 
-TEST(BulkScanSkips, SystemRootScanLeavesPseudoFileSystemsAsEmptyLeaves) {
-    FixtureTree fx;
-    fx.writeFile("proc/cpuinfo", 5000);
-    fx.writeFile("run/lock", 5000);
-    fx.writeFile("home/me/notes", 5000);
+TEST_F(BulkScan, PseudoFileSystemsAndOtherDevicesAreEmptyLeaves) {
+    fx.writeFiles(
+        {{"proc/cpuinfo", 5000}, {"run/lock", 5000}, {"home/me/notes", 5000}, {"top", 5000}});
     auto config = bulkConfig();
     config.isSystemRoot = [](const std::string&) { return true; };
     auto s = scanBulk(fx.root(), 2, config);
@@ -370,49 +314,53 @@ TEST(BulkScanSkips, SystemRootScanLeavesPseudoFileSystemsAsEmptyLeaves) {
     for (const char* name : {"proc", "run"}) {
         const FileNode* n = child(s.root(), name);
         ASSERT_NE(n, nullptr) << name;
-        EXPECT_TRUE(n->isDirectory());
-        EXPECT_FALSE(n->hasChildren());
-        EXPECT_FALSE(n->isRestricted());
-        EXPECT_EQ(n->allocatedSize(), 0);
+        EXPECT_TRUE(n->isDirectory() && !n->hasChildren() && !n->isRestricted()) << name;
+        EXPECT_EQ(n->allocatedSize(), 0) << name;
     }
     EXPECT_NE(at(s.root(), "home/me/notes"), nullptr);
     EXPECT_EQ(s.stats.mountSkipped, 2);
     EXPECT_NE(s.diagnostics.find(", 2 mount-skipped, "), std::string::npos) << s.diagnostics;
-    EXPECT_EQ(s.root()->allocatedSize(), fx.allocatedSizeOf("home/me/notes"));
-}
+    EXPECT_EQ(s.root()->allocatedSize(),
+              fx.allocatedSizeOf("home/me/notes") + fx.allocatedSizeOf("top"));
 
-TEST(BulkScanSkips, FoldersOnAnotherDeviceAreNotEntered) {
-    FixtureTree fx;
-    fx.writeFile("a/x", 5000);
-    fx.writeFile("b/y", 5000);
-    fx.writeFile("top", 5000);
-    auto config = bulkConfig();
-    // Pretend the root lives on another device than everything below it.
+    // The root on another device than everything below it: no folder is entered.
+    config = bulkConfig();
     config.deviceIDProvider = [](const std::string&) { return std::optional<std::uint32_t>(1); };
-    auto s = scanBulk(fx.root(), 2, config);
-    ASSERT_TRUE(s.result);
-    EXPECT_EQ(s.stats.mountSkipped, 2);
-    EXPECT_FALSE(child(s.root(), "a")->hasChildren());
-    EXPECT_FALSE(child(s.root(), "b")->hasChildren());
-    EXPECT_EQ(s.root()->allocatedSize(), fx.allocatedSizeOf("top"));
+    auto other = scanBulk(fx.root(), 2, config);
+    ASSERT_TRUE(other.result);
+    EXPECT_EQ(other.stats.mountSkipped, 3);
+    EXPECT_FALSE(child(other.root(), "home")->hasChildren());
+    EXPECT_EQ(other.root()->allocatedSize(), fx.allocatedSizeOf("top"));
     // Without a known root device nothing is skipped.
     config.deviceIDProvider = [](const std::string&) { return std::optional<std::uint32_t>(); };
     auto all = scanBulk(fx.root(), 2, config);
     EXPECT_EQ(all.stats.mountSkipped, 0);
-    EXPECT_NE(at(all.root(), "a/x"), nullptr);
+    EXPECT_NE(at(all.root(), "proc/cpuinfo"), nullptr);
 }
 
-TEST(BulkScanAccounting, VolumeFiguresComeFromTheScannedPath) {
-    FixtureTree fx;
+TEST_F(BulkScan, EmptyFolderAndVolumeFiguresOfTheCleanedUpPath) {
     fx.writeFile("x", 12345);
+    fx.makeFolder("empty");
     auto s = scanBulk(fx.root() + "/./", 1);
     ASSERT_TRUE(s.result);
-    EXPECT_EQ(s.root()->url(), fx.root()); // the path is cleaned up
+    EXPECT_EQ(s.root()->url(), fx.root());
+    const FileNode* empty = child(s.root(), "empty");
+    ASSERT_NE(empty, nullptr);
+    EXPECT_TRUE(empty->isDirectory());
+    EXPECT_FALSE(empty->hasChildren() || empty->isRestricted());
+    EXPECT_EQ(empty->allocatedSize(), 0);
+    EXPECT_EQ(empty->logicalSize(), 0);
+    EXPECT_EQ(s.stats.itemCount, 3);
     const auto& a = s.result->accounting;
+    EXPECT_EQ(a.enumeratedAllocatedSize, fx.allocatedSizeOf("x"));
     EXPECT_EQ(a.enumeratedAllocatedSize, s.root()->allocatedSize());
     EXPECT_EQ(a.restrictedPathCount, 0);
     EXPECT_GT(a.volumeTotalCapacity, 0);
     EXPECT_GE(a.volumeTotalCapacity, a.volumeAvailableCapacity);
+    auto e = scanBulk(fx.fullPath("empty"), 1); // an empty scan root
+    ASSERT_TRUE(e.result);
+    EXPECT_TRUE(e.root()->isDirectory() && !e.root()->hasChildren());
+    EXPECT_EQ(e.stats.itemCount, 1);
 }
 
 } // namespace

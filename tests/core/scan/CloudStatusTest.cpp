@@ -11,42 +11,30 @@ namespace {
 using test::at;
 using test::FixtureTree;
 
-const std::vector<std::string> kRoots = CloudStatusDetector::cloudRoots("/home/ann");
-
-TEST(CloudStatusRules, CloudRootsAreTheTwoLibraryFoldersWithTrailingSlashes) {
-    EXPECT_EQ(kRoots, (std::vector<std::string>{"/home/ann/Library/Mobile Documents/",
-                                                "/home/ann/Library/CloudStorage/"}));
-}
-
-TEST(CloudStatusRules, DatalessBitMakesAPlaceholderAnywhere) {
-    EXPECT_EQ(CloudStatusDetector::status(0x40000000u, "/media/usb/file", kRoots),
-              CloudStatus::cloudPlaceholder);
-    EXPECT_EQ(CloudStatusDetector::status(0xFFFFFFFFu, "/home/ann/Library/CloudStorage/x", kRoots),
-              CloudStatus::cloudPlaceholder);
-    // Neighbouring bits mean nothing.
-    EXPECT_EQ(CloudStatusDetector::status(0xBFFFFFFFu, "/media/usb/file", kRoots),
-              CloudStatus::notApplicable);
-}
-
-TEST(CloudStatusRules, ItemsInsideACloudRootAreDownloaded) {
-    EXPECT_EQ(CloudStatusDetector::status(0, "/home/ann/Library/CloudStorage/Prov/a.txt", kRoots),
-              CloudStatus::cloudDownloaded);
-    EXPECT_EQ(CloudStatusDetector::status(0, "/home/ann/Library/Mobile Documents/x", kRoots),
-              CloudStatus::cloudDownloaded);
-    // The folders themselves have no trailing slash and are not cloud items.
-    EXPECT_EQ(CloudStatusDetector::status(0, "/home/ann/Library/CloudStorage", kRoots),
-              CloudStatus::notApplicable);
-    EXPECT_EQ(CloudStatusDetector::status(0, "/home/ann/Library/Mobile Documents", kRoots),
-              CloudStatus::notApplicable);
-    // A plain, case-sensitive prefix: no normalisation, no near misses.
-    EXPECT_EQ(CloudStatusDetector::status(0, "/home/ann/library/CloudStorage/a", kRoots),
-              CloudStatus::notApplicable);
-    EXPECT_EQ(CloudStatusDetector::status(0, "/home/ann/Library/cloudstorage/a", kRoots),
-              CloudStatus::notApplicable);
-    EXPECT_EQ(CloudStatusDetector::status(0, "/home/ann/Library/CloudStorageX/a", kRoots),
-              CloudStatus::notApplicable);
-    EXPECT_EQ(CloudStatusDetector::status(0, "/home/bob/Library/CloudStorage/a", kRoots),
-              CloudStatus::notApplicable);
+TEST(CloudStatusRules, StatusFollowsTheDatalessBitThenThePathPrefix) {
+    const auto roots = CloudStatusDetector::cloudRoots("/home/ann");
+    EXPECT_EQ(roots, (std::vector<std::string>{"/home/ann/Library/Mobile Documents/",
+                                               "/home/ann/Library/CloudStorage/"}));
+    const struct {
+        std::uint32_t flags;
+        const char* path;
+        CloudStatus expected;
+    } cases[] = {
+        {0x40000000u, "/media/usb/file", CloudStatus::cloudPlaceholder},
+        {0xFFFFFFFFu, "/home/ann/Library/CloudStorage/x", CloudStatus::cloudPlaceholder},
+        {0xBFFFFFFFu, "/media/usb/file", CloudStatus::notApplicable}, // neighbouring bits
+        {0, "/home/ann/Library/CloudStorage/Prov/a.txt", CloudStatus::cloudDownloaded},
+        {0, "/home/ann/Library/Mobile Documents/x", CloudStatus::cloudDownloaded},
+        // The roots themselves are not cloud items; the prefix is plain and case-sensitive.
+        {0, "/home/ann/Library/CloudStorage", CloudStatus::notApplicable},
+        {0, "/home/ann/Library/Mobile Documents", CloudStatus::notApplicable},
+        {0, "/home/ann/library/CloudStorage/a", CloudStatus::notApplicable},
+        {0, "/home/ann/Library/cloudstorage/a", CloudStatus::notApplicable},
+        {0, "/home/ann/Library/CloudStorageX/a", CloudStatus::notApplicable},
+        {0, "/home/bob/Library/CloudStorage/a", CloudStatus::notApplicable},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(CloudStatusDetector::status(c.flags, c.path, roots), c.expected) << c.path;
     EXPECT_EQ(CloudStatusDetector::status(0, "/home/ann/Library/CloudStorage/a", {}),
               CloudStatus::notApplicable);
 }
@@ -54,9 +42,9 @@ TEST(CloudStatusRules, ItemsInsideACloudRootAreDownloaded) {
 TEST(CloudStatusRules, LinuxPlaceholdersAreVirtualFilesBySuffix) {
     EXPECT_EQ(CloudStatusDetector::linuxFlags("report.pdf.nextcloud", true), kDatalessFlag);
     EXPECT_EQ(CloudStatusDetector::linuxFlags("a.owncloud", true), kDatalessFlag);
-    EXPECT_EQ(CloudStatusDetector::linuxFlags("folder.nextcloud", false), 0u);
-    EXPECT_EQ(CloudStatusDetector::linuxFlags("nextcloud", true), 0u);
-    EXPECT_EQ(CloudStatusDetector::linuxFlags("a.nextcloud.txt", true), 0u);
+    for (auto [name, isFile] :
+         {std::pair{"folder.nextcloud", false}, {"nextcloud", true}, {"a.nextcloud.txt", true}})
+        EXPECT_EQ(CloudStatusDetector::linuxFlags(name, isFile), 0u) << name;
 }
 
 // A scanned home folder with cloud items: both back-ends must agree.
@@ -64,24 +52,20 @@ class CloudScan : public ::testing::TestWithParam<bool> {};
 
 TEST_P(CloudScan, StatusFollowsFlagsAndLocation) {
     FixtureTree fx;
-    fx.writeFile("Library/CloudStorage/Prov/doc.txt", 100);
-    fx.writeFile("Library/CloudStorage/Prov/remote.pdf.nextcloud", 0);
-    fx.writeFile("Library/Mobile Documents/notes.txt", 100);
-    fx.writeFile("library/CloudStorage/lower.txt", 100);
-    fx.writeFile("elsewhere/away.owncloud", 0);
-    fx.writeFile("elsewhere/plain.txt", 100);
-    std::optional<ScanResult> r;
-    if (GetParam()) {
+    fx.writeFiles({{"Library/CloudStorage/Prov/doc.txt", 100},
+                   {"Library/CloudStorage/Prov/remote.pdf.nextcloud", 0},
+                   {"Library/Mobile Documents/notes.txt", 100},
+                   {"library/CloudStorage/lower.txt", 100},
+                   {"elsewhere/away.owncloud", 0},
+                   {"elsewhere/plain.txt", 100}});
+    auto scan = [&](const std::string& path) {
         auto config = test::bulkConfig(2);
-        config.homePath = fx.root();
-        BulkScanEngine engine(config);
-        r = engine.scan(fx.root());
-    } else {
-        auto config = test::enumerationConfig();
-        config.homePath = fx.root();
-        FileManagerScanEngine engine(config);
-        r = engine.scan(fx.root());
-    }
+        auto enumeration = test::enumerationConfig();
+        config.homePath = enumeration.homePath = fx.root();
+        return GetParam() ? BulkScanEngine(config).scan(path)
+                          : FileManagerScanEngine(enumeration).scan(path);
+    };
+    auto r = scan(fx.root());
     ASSERT_TRUE(r);
     const FileNode* root = r->root.get();
     auto status = [&](const char* rel) {
@@ -101,22 +85,16 @@ TEST_P(CloudScan, StatusFollowsFlagsAndLocation) {
     EXPECT_EQ(status("elsewhere/away.owncloud"), CloudStatus::cloudPlaceholder);
     EXPECT_EQ(status("elsewhere/plain.txt"), CloudStatus::notApplicable);
     EXPECT_EQ(root->cloudStatus(), CloudStatus::notApplicable);
+
+    // A scan root inside a cloud root is itself a downloaded cloud item.
+    auto inside = scan(fx.fullPath("Library/CloudStorage/Prov"));
+    ASSERT_TRUE(inside);
+    EXPECT_EQ(inside->root->cloudStatus(), CloudStatus::cloudDownloaded);
+    EXPECT_EQ(at(inside->root.get(), "doc.txt")->cloudStatus(), CloudStatus::cloudDownloaded);
 }
 
 INSTANTIATE_TEST_SUITE_P(BothBackends, CloudScan, ::testing::Values(true, false),
                          [](const auto& info) { return info.param ? "bulk" : "enumeration"; });
-
-TEST(CloudScanRoot, AScanRootInsideACloudRootIsDownloaded) {
-    FixtureTree fx;
-    fx.writeFile("Library/CloudStorage/Prov/doc.txt", 100);
-    auto config = test::bulkConfig(1);
-    config.homePath = fx.root();
-    BulkScanEngine engine(config);
-    auto r = engine.scan(fx.fullPath("Library/CloudStorage/Prov"));
-    ASSERT_TRUE(r);
-    EXPECT_EQ(r->root->cloudStatus(), CloudStatus::cloudDownloaded);
-    EXPECT_EQ(at(r->root.get(), "doc.txt")->cloudStatus(), CloudStatus::cloudDownloaded);
-}
 
 } // namespace
 } // namespace ringfold

@@ -18,11 +18,11 @@ using test::FixtureTree;
 
 // A tree without hard links, where both back-ends must agree on every figure.
 void buildMixedTree(FixtureTree& fx) {
-    fx.writeFile("docs/report.pdf", 123456);
-    fx.writeFile("docs/notes.txt", 10);
-    fx.writeFile("docs/deeper/a/b/c.bin", 70000);
-    fx.writeFile(".hidden/config", 300);
-    fx.writeFile("empty-file", 0);
+    fx.writeFiles({{"docs/report.pdf", 123456},
+                   {"docs/notes.txt", 10},
+                   {"docs/deeper/a/b/c.bin", 70000},
+                   {".hidden/config", 300},
+                   {"empty-file", 0}});
     fx.makeFolder("empty-folder");
     fx.sparseFile("vm/disk.img", 32LL << 20, 8192);
     fx.symlink("docs", "docs-link");
@@ -67,39 +67,9 @@ TEST(EnumerationScan, FindsEverythingAndStoresEveryLocation) {
     EXPECT_EQ(numbers[0], engine.lastItemCount());
 }
 
-TEST(EnumerationScan, HardLinksAreCountedInFullEachTime) {
-    FixtureTree fx;
-    fx.writeFile("a/x", 8192);
-    fx.hardLink("a/x", "b/y");
-    FileManagerScanEngine engine(enumerationConfig());
-    auto r = engine.scan(fx.root());
-    ASSERT_TRUE(r);
-    const std::int64_t blocks = fx.allocatedSizeOf("a/x");
-    EXPECT_EQ(r->root->allocatedSize(), 2 * blocks);
-    EXPECT_FALSE(at(r->root.get(), "b/y")->sharesStorage());
-}
-
-TEST(EnumerationScan, AppleDoubleEntriesAreDroppedAndAFolderOfThemIsEmpty) {
-    FixtureTree fx;
-    fx.writeFile("only/._a", 4096);
-    fx.writeFile("only/._b/c", 4096);
-    fx.writeFile("keep", 10);
-    FileManagerScanEngine engine(enumerationConfig());
-    auto r = engine.scan(fx.root());
-    ASSERT_TRUE(r);
-    const FileNode* only = child(r->root.get(), "only");
-    ASSERT_NE(only, nullptr);
-    EXPECT_FALSE(only->hasChildren());
-    EXPECT_FALSE(only->isRestricted());
-    EXPECT_EQ(only->allocatedSize(), 0);
-    EXPECT_EQ(engine.lastItemCount(), 3);
-}
-
 TEST(EnumerationScan, SkippedFoldersKeepTheirOwnEntrySizes) {
     FixtureTree fx;
-    fx.writeFile("proc/x", 5000);
-    fx.writeFile("sys/y", 5000);
-    fx.writeFile("keep/z", 5000);
+    fx.writeFiles({{"proc/x", 5000}, {"sys/y", 5000}, {"keep/z", 5000}});
     auto config = enumerationConfig();
     config.isSystemRoot = [](const std::string&) { return true; };
     FileManagerScanEngine engine(config);
@@ -115,20 +85,32 @@ TEST(EnumerationScan, SkippedFoldersKeepTheirOwnEntrySizes) {
     EXPECT_NE(at(r->root.get(), "keep/z"), nullptr);
 }
 
-TEST(EnumerationScan, PathLongerThanPathMaxIsStillCounted) {
+TEST(EnumerationScan, HardLinksInFullAppleDoubleDroppedPathsBeyondPathMaxCounted) {
     FixtureTree fx;
-    const std::string seg(200, 'q');
+    fx.writeFiles({{"a/x", 8192}, {"only/._a", 4096}, {"only/._b/c", 4096}});
+    fx.hardLink("a/x", "b/y");
     std::string rel = "long";
     for (int i = 0; i < 25; ++i)
-        rel += "/" + seg;
+        rel += "/" + std::string(200, 'q');
     fx.writeFile(rel + "/end.txt", 7000);
     ASSERT_GT(fx.fullPath(rel).size(), std::size_t(PATH_MAX));
     FileManagerScanEngine engine(enumerationConfig());
     auto r = engine.scan(fx.root());
     ASSERT_TRUE(r);
+    const FileNode* root = r->root.get();
+    // Hard links are counted in full each time and share nothing.
+    EXPECT_EQ(at(root, "b")->allocatedSize(), fx.allocatedSizeOf("a/x"));
+    EXPECT_EQ(at(root, "a")->allocatedSize(), fx.allocatedSizeOf("a/x"));
+    EXPECT_FALSE(at(root, "b/y")->sharesStorage());
+    // A folder of nothing but AppleDouble entries is empty.
+    const FileNode* only = child(root, "only");
+    ASSERT_NE(only, nullptr);
+    EXPECT_FALSE(only->hasChildren() || only->isRestricted());
+    EXPECT_EQ(only->allocatedSize(), 0);
     EXPECT_EQ(r->accounting.restrictedPathCount, 0);
-    EXPECT_EQ(r->root->logicalSize(), 7000);
-    EXPECT_NE(at(r->root.get(), rel + "/end.txt"), nullptr);
+    EXPECT_NE(at(root, rel + "/end.txt"), nullptr);
+    EXPECT_EQ(root->logicalSize(), 2 * 8192 + 7000);
+    EXPECT_EQ(engine.lastItemCount(), 1 + 2 + 2 + 1 + 25 + 1 + 1);
 }
 
 // Both back-ends walk the same tree without hard links: every node must match.
@@ -171,32 +153,28 @@ TEST(BackendAgreement, ProgressFiguresEndAtTheScanTotals) {
     FixtureTree fx;
     buildMixedTree(fx);
     fx.writeFile("docs/deeper/a/b/more", 5000);
-    std::int64_t folders = 0;
-    {
-        BulkScanEngine bulk(test::bulkConfig(2));
+    BulkScanEngine bulk(test::bulkConfig(2));
+    FileManagerScanEngine enumeration(enumerationConfig());
+    for (ScanBackend* engine : std::initializer_list<ScanBackend*>{&bulk, &enumeration}) {
         ScanProgress progress;
-        auto b = bulk.scan(fx.root(), {}, &progress);
-        ASSERT_TRUE(b);
-        test::forEachNode(b->root.get(), [&](const FileNode* n) { folders += n->isDirectory(); });
-        EXPECT_EQ(progress.itemCount(), bulk.lastStats().itemCount);
-        EXPECT_EQ(progress.allocatedBytes(), b->root->allocatedSize());
+        auto r = engine->scan(fx.root(), {}, &progress);
+        ASSERT_TRUE(r);
+        std::int64_t items = 0, folders = 0;
+        test::forEachNode(r->root.get(), [&](const FileNode* n) {
+            ++items;
+            folders += n->isDirectory();
+        });
+        EXPECT_EQ(progress.itemCount(), items);
+        EXPECT_EQ(progress.allocatedBytes(), r->root->allocatedSize());
         EXPECT_EQ(progress.folderCount(), folders);
     }
-    FileManagerScanEngine enumeration(enumerationConfig());
-    ScanProgress progress;
-    auto e = enumeration.scan(fx.root(), {}, &progress);
-    ASSERT_TRUE(e);
-    EXPECT_EQ(progress.itemCount(), enumeration.lastItemCount());
-    EXPECT_EQ(progress.allocatedBytes(), e->root->allocatedSize());
-    EXPECT_EQ(progress.folderCount(), folders);
 }
 
 // A favourite folder can be reached through a symlink (say ~/Data -> /srv/data); the
 // scan walks the folder it points to, whichever back-end runs it.
 TEST(BackendAgreement, ASymlinkedScanTargetIsWalkedByBothBackEnds) {
     FixtureTree fx;
-    fx.writeFile("real/a.bin", 6000);
-    fx.writeFile("real/sub/b.bin", 9000);
+    fx.writeFiles({{"real/a.bin", 6000}, {"real/sub/b.bin", 9000}});
     fx.symlink("real", "alias");
     BulkScanEngine bulk(test::bulkConfig(2));
     FileManagerScanEngine enumeration(enumerationConfig());

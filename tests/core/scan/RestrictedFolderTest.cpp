@@ -26,10 +26,11 @@ constexpr uid_t kNobody = 65534;
 
 // Collects failed checks as text, so they can cross a process boundary.
 struct Findings {
+    std::string prefix;
     std::string text;
     void check(bool ok, const std::string& what) {
         if (!ok)
-            text += what + "\n";
+            text += prefix + what + "\n";
     }
 };
 
@@ -73,30 +74,25 @@ std::string runUnprivileged(const std::function<std::string()>& body) {
 // root (0755) / outer / {locked (0000) / {a, b/c}, visible/{x, y}, file}
 void buildLockedTree(FixtureTree& fx) {
     fx.chmod("", 0755);
-    fx.writeFile("outer/locked/a", 5000);
-    fx.writeFile("outer/locked/b/c", 5000);
-    fx.writeFile("outer/visible/x", 3000);
-    fx.writeFile("outer/visible/y", 4000);
-    fx.writeFile("outer/file", 2000);
+    fx.writeFiles({{"outer/locked/a", 5000},
+                   {"outer/locked/b/c", 5000},
+                   {"outer/visible/x", 3000},
+                   {"outer/visible/y", 4000},
+                   {"outer/file", 2000}});
     fx.chmod("outer/locked", 0);
 }
 
 std::string checkLockedScan(const FixtureTree& fx, const std::optional<ScanResult>& r,
-                            const std::string& diagnostics, const char* closingPrefix) {
-    Findings f;
+                            const std::string& diagnostics, const std::string& engine) {
+    Findings f{engine + ": ", {}};
     f.check(r.has_value(), "no result");
     if (!r)
         return f.text;
     const FileNode* root = r->root.get();
     const FileNode* locked = at(root, "outer/locked");
-    f.check(locked != nullptr, "locked folder missing");
-    if (locked) {
-        f.check(locked->isRestricted(), "locked folder not restricted");
-        f.check(locked->isDirectory(), "locked folder is not a folder");
-        f.check(!locked->hasChildren(), "locked folder has children");
-        f.check(locked->allocatedSize() == 0 && locked->logicalSize() == 0,
-                "locked folder has a size");
-    }
+    f.check(locked && locked->isRestricted() && locked->isDirectory() && !locked->hasChildren() &&
+                locked->allocatedSize() == 0 && locked->logicalSize() == 0,
+            "locked folder missing, not restricted, not an empty folder, or sized");
     f.check(!root->isRestricted() && !at(root, "outer")->isRestricted(),
             "restriction spread to the ancestors");
     const FileNode* visible = at(root, "outer/visible");
@@ -110,38 +106,32 @@ std::string checkLockedScan(const FixtureTree& fx, const std::optional<ScanResul
             "root allocated size " + std::to_string(root->allocatedSize()));
     f.check(r->accounting.restrictedPathCount == 1,
             "restricted count " + std::to_string(r->accounting.restrictedPathCount));
-    f.check(diagnostics.starts_with(closingPrefix) &&
+    f.check(diagnostics.starts_with("[" + engine + "] scan complete: ") &&
                 diagnostics.find(", 1 restricted") != std::string::npos,
             "closing line: " + diagnostics);
     return f.text;
 }
 
-TEST(RestrictedFolders, BulkScanMarksTheUnreadableFolderAndCompletesItsSiblings) {
-    FixtureTree fx;
-    buildLockedTree(fx);
-    std::string findings = runUnprivileged([&] {
-        std::FILE* diag = std::tmpfile();
-        BulkScanEngine engine(test::bulkConfig(2, diag));
-        auto r = engine.scan(fx.root());
-        std::string text = test::readAll(diag);
-        std::fclose(diag);
-        return checkLockedScan(fx, r, text, "[BulkScanEngine] scan complete: ");
-    });
-    EXPECT_EQ(findings, "");
+// Runs one back-end on `path` and checks the locked tree's result and closing line.
+template <class Engine, class Config>
+std::string scanLocked(const FixtureTree& fx, Config config, const std::string& engine) {
+    std::FILE* diag = std::tmpfile();
+    config.diagnostics = diag;
+    auto r = Engine(config).scan(fx.root());
+    const std::string text = test::readAll(diag);
+    std::fclose(diag);
+    return checkLockedScan(fx, r, text, engine);
 }
 
-TEST(RestrictedFolders, EnumerationScanMarksTheUnreadableFolderAndCompletesItsSiblings) {
+TEST(RestrictedFolders, BothBackendsMarkTheUnreadableFolderAndCompleteItsSiblings) {
     FixtureTree fx;
     buildLockedTree(fx);
-    std::string findings = runUnprivileged([&] {
-        std::FILE* diag = std::tmpfile();
-        FileManagerScanEngine engine(test::enumerationConfig(diag));
-        auto r = engine.scan(fx.root());
-        std::string text = test::readAll(diag);
-        std::fclose(diag);
-        return checkLockedScan(fx, r, text, "[FileManagerScanEngine] scan complete: ");
-    });
-    EXPECT_EQ(findings, "");
+    EXPECT_EQ(runUnprivileged([&] {
+                  return scanLocked<BulkScanEngine>(fx, test::bulkConfig(2), "BulkScanEngine") +
+                         scanLocked<FileManagerScanEngine>(fx, test::enumerationConfig(),
+                                                           "FileManagerScanEngine");
+              }),
+              "");
 }
 
 TEST(RestrictedFolders, AnUnreadableScanTargetIsARestrictedEmptyRoot) {
@@ -149,26 +139,19 @@ TEST(RestrictedFolders, AnUnreadableScanTargetIsARestrictedEmptyRoot) {
     fx.chmod("", 0755);
     fx.writeFile("target/inside", 5000);
     fx.chmod("target", 0);
-    std::string findings = runUnprivileged([&] {
-        Findings f;
-        BulkScanEngine bulk(test::bulkConfig(2));
-        auto b = bulk.scan(fx.fullPath("target"));
-        f.check(b.has_value(), "bulk: no result");
-        if (b) {
-            f.check(b->root->isRestricted(), "bulk: root not restricted");
-            f.check(!b->root->hasChildren(), "bulk: root has children");
-            f.check(b->accounting.restrictedPathCount == 1, "bulk: restricted count");
-        }
-        FileManagerScanEngine enumeration(test::enumerationConfig());
-        auto e = enumeration.scan(fx.fullPath("target"));
-        f.check(e.has_value(), "enumeration: no result");
-        if (e) {
-            f.check(e->root->isRestricted(), "enumeration: root not restricted");
-            f.check(e->accounting.restrictedPathCount == 1, "enumeration: restricted count");
-        }
-        return f.text;
-    });
-    EXPECT_EQ(findings, "");
+    EXPECT_EQ(runUnprivileged([&] {
+                  Findings f;
+                  auto b = BulkScanEngine(test::bulkConfig(2)).scan(fx.fullPath("target"));
+                  auto e =
+                      FileManagerScanEngine(test::enumerationConfig()).scan(fx.fullPath("target"));
+                  for (const auto* r : {&b, &e})
+                      f.check(*r && (*r)->root->isRestricted() && !(*r)->root->hasChildren() &&
+                                  (*r)->accounting.restrictedPathCount == 1,
+                              std::string(r == &b ? "bulk" : "enumeration") +
+                                  ": not a restricted empty root");
+                  return f.text;
+              }),
+              "");
 }
 
 } // namespace

@@ -16,23 +16,22 @@ namespace ringfold {
 namespace {
 
 TEST(StandardizePath, ResolvesDotsAndSlashesLexically) {
-    EXPECT_EQ(standardizePath("/a/./b//c/"), "/a/b/c");
-    EXPECT_EQ(standardizePath("/a/b/../c"), "/a/c");
-    EXPECT_EQ(standardizePath("/home/.."), "/");
-    EXPECT_EQ(standardizePath("/.."), "/");
-    EXPECT_EQ(standardizePath("/../../x"), "/x");
-    EXPECT_EQ(standardizePath("//"), "/");
-    EXPECT_EQ(standardizePath("/a/.hidden/..x"), "/a/.hidden/..x");
+    for (auto [in, out] : {std::pair{"/a/./b//c/", "/a/b/c"},
+                           {"/a/b/../c", "/a/c"},
+                           {"/home/..", "/"},
+                           {"/..", "/"},
+                           {"/../../x", "/x"},
+                           {"//", "/"},
+                           {"/a/.hidden/..x", "/a/.hidden/..x"}})
+        EXPECT_EQ(standardizePath(in), out) << in;
     char cwd[4096];
     ASSERT_NE(::getcwd(cwd, sizeof cwd), nullptr);
     EXPECT_EQ(standardizePath("rel/../y"), standardizePath(std::string(cwd) + "/y"));
 }
 
 TEST(FileSystemRoot, OnlyPathsThatResolveToSlash) {
-    EXPECT_TRUE(isFileSystemRoot("/"));
-    EXPECT_TRUE(isFileSystemRoot("/home/.."));
-    EXPECT_TRUE(isFileSystemRoot("/tmp/../"));
-    EXPECT_TRUE(isFileSystemRoot("//."));
+    for (const char* p : {"/", "/home/..", "/tmp/../", "//."})
+        EXPECT_TRUE(isFileSystemRoot(p)) << p;
     EXPECT_FALSE(isFileSystemRoot("/home"));
     EXPECT_FALSE(isFileSystemRoot("/home/../tmp"));
 }
@@ -83,12 +82,6 @@ TEST(ScanEngineChoice, ScanReturnsTheBackEndsResultUnchanged) {
     stop.request_stop();
     EXPECT_FALSE(engine.scan(fx.root(), stop.get_token()));
 }
-
-} // namespace
-} // namespace ringfold
-
-namespace ringfold {
-namespace {
 
 // Every scanner test relies on its fixture disappearing, even after it locked folders
 // or built chains no path can name; otherwise CI machines fill up their /tmp.
