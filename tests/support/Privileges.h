@@ -1,0 +1,36 @@
+#pragma once
+// Tests that need root (mount namespaces, device nodes, dropping privileges) skip
+// where root is missing, but CI runs as root and sets RINGFOLD_REQUIRE_ROOT_TESTS=1:
+// there such a test must fail rather than skip, so a broken set-up can't hide as a
+// skip.
+//
+//   if (!canMount)
+//       SKIP_OR_FAIL_GTEST("needs root to mount a tmpfs");   // GoogleTest
+//       SKIP_OR_FAIL_QTEST("needs root to mount a tmpfs");   // Qt Test
+
+#include <cstdlib>
+#include <cstring>
+
+namespace ringfold::test {
+
+inline bool rootTestsRequired() {
+    const char* v = std::getenv("RINGFOLD_REQUIRE_ROOT_TESTS");
+    return v && std::strcmp(v, "1") == 0;
+}
+
+} // namespace ringfold::test
+
+#define SKIP_OR_FAIL_GTEST(why)                                                              \
+    do {                                                                                     \
+        if (::ringfold::test::rootTestsRequired())                                           \
+            FAIL() << "required here (RINGFOLD_REQUIRE_ROOT_TESTS=1): " << (why);           \
+        GTEST_SKIP() << (why);                                                               \
+    } while (0)
+
+#define SKIP_OR_FAIL_QTEST(why)                                                              \
+    do {                                                                                     \
+        if (::ringfold::test::rootTestsRequired())                                           \
+            QFAIL(qPrintable(QStringLiteral("required here (RINGFOLD_REQUIRE_ROOT_TESTS=1): ") + \
+                             QString(why)));                                                 \
+        QSKIP(qPrintable(QString(why)));                                                     \
+    } while (0)
