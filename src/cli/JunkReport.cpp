@@ -31,9 +31,9 @@ std::vector<JunkItem> findJunk(const FileNode& root, const JunkPlaces& places, T
     classifier.now = now;
     classifier.diagnosticReportsMaxAge = JunkClassifier::daysToSeconds(30);
     classifier.cachesDerivedDataMaxAge = JunkClassifier::daysToSeconds(14);
-    classifier.orphanedBundleIDs = JunkClassifier::orphanedBundleIDsFrom(
+    classifier.orphans = JunkClassifier::findOrphans(
         JunkClassifier::candidateBundleIDs(root, places),
-        [&apps](const std::string& id) { return apps.isInstalled(id); });
+        [&apps](const std::string& id) { return apps.installation(id); });
     return classifier.classify(root);
 }
 

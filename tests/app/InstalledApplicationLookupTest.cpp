@@ -1,11 +1,8 @@
 // Orphan lookups against desktop entries and Flatpak installations laid out in
-// temporary XDG data folders.
+// temporary XDG data folders named by the environment.
 #include "app/platform/InstalledApplicationLookup.h"
 #include "support/FixtureTree.h"
 
-#include <QCoreApplication>
-#include <QFutureWatcher>
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace ringfold;
@@ -13,93 +10,72 @@ using namespace ringfold;
 class InstalledApplicationLookupTest : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<test::FixtureTree> m_files;
+    test::FixtureTree f;
+    void setenv(const char* name, const std::string& value) {
+        qputenv(name, QByteArray::fromStdString(value));
+    }
 
 private slots:
-    void init() {
-        m_files = std::make_unique<test::FixtureTree>();
-        auto& f = *m_files;
-        f.writeFile("home/applications/org.user.Editor.desktop", 10);
-        f.writeFile("usr-local/applications/org.local.Tool.desktop", 10);
-        f.writeFile("usr/applications/org.system.Viewer.desktop", 10);
-        f.makeFolder("usr/applications/org.folder.NotAnEntry.desktop"); // a folder, not an entry
-        f.writeFile("home/flatpak/exports/share/applications/org.userexport.App.desktop", 10);
-        f.makeFolder("home/flatpak/app/org.flat.User/current");
-        f.makeFolder("system-flatpak/app/org.flat.System/current");
-        f.writeFile("system-flatpak/exports/share/applications/org.sysexport.App.desktop", 10);
-        f.writeFile("elsewhere/applications/org.hidden.Elsewhere.desktop", 10);
-        qputenv("HOME", QByteArray::fromStdString(f.fullPath("no-home")));
-        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(f.fullPath("home")));
-        qputenv("XDG_DATA_DIRS",
-                QByteArray::fromStdString(f.fullPath("usr-local") + ":" + f.fullPath("usr")));
-        qputenv("FLATPAK_SYSTEM_DIR", QByteArray::fromStdString(f.fullPath("system-flatpak")));
+    void initTestCase() {
+        for (const char* entry :
+             {"home/applications/org.user.Editor", "usr-local/applications/org.local.Tool",
+              "usr/applications/org.system.Viewer", "elsewhere/applications/org.not.Listed",
+              "home/flatpak/exports/share/applications/org.user.Flat",
+              "system-flatpak/exports/share/applications/org.system.Flat"})
+            f.writeFile(std::string(entry) + ".desktop", 10);
+        f.makeFolder("usr/applications/org.folder.Only.desktop"); // a folder, not an entry
+        f.makeFolder("home/flatpak/app/org.user.Flat/current");
+        f.makeFolder("system-flatpak/app/org.system.Flat/current");
+        setenv("HOME", f.fullPath("no-home"));
+        setenv("XDG_DATA_HOME", f.fullPath("home"));
+        setenv("XDG_DATA_DIRS",
+               "relative/usr:" + f.fullPath("usr-local") + ":" + f.fullPath("usr"));
+        setenv("FLATPAK_SYSTEM_DIR", f.fullPath("system-flatpak"));
         qunsetenv("FLATPAK_USER_DIR");
     }
 
-    void cleanup() {
-        qunsetenv("XDG_DATA_HOME");
-        qunsetenv("XDG_DATA_DIRS");
-        qunsetenv("FLATPAK_SYSTEM_DIR");
-        m_files.reset();
-    }
-
-    void findsEntriesInEveryApplicationsFolder() {
-        for (const char* id : {"org.user.Editor", "org.local.Tool", "org.system.Viewer",
-                               "org.userexport.App", "org.sysexport.App"})
-            QVERIFY2(InstalledApplicationLookup::isInstalled(id), id);
-        // Identifiers are taken as they are: case matters, and nothing but a whole name
-        // of an entry file counts.
-        for (const char* id :
-             {"org.user.editor", "org.user", "org.folder.NotAnEntry", "org.hidden.Elsewhere",
-              "../usr/applications/org.system.Viewer", "", "..", "org.gone.App"})
-            QVERIFY2(!InstalledApplicationLookup::isInstalled(id), id);
-    }
-
-    void flatpakInstallationsCount() {
-        QVERIFY(InstalledApplicationLookup::isInstalled("org.flat.User"));
-        QVERIFY(InstalledApplicationLookup::isInstalled("org.flat.System"));
+    void answersFromEveryFolderOfTheEnvironment() {
+        const std::pair<const char*, Installation> cases[] = {
+            {"org.user.Editor", Installation::desktopEntry},
+            {"org.local.Tool", Installation::desktopEntry},
+            {"org.system.Viewer", Installation::desktopEntry},
+            {"org.user.Flat", Installation::flatpak},
+            {"org.system.Flat", Installation::flatpak},
+            {"org.user.editor", Installation::none}, // case matters
+            {"org.folder.Only", Installation::none},
+            {"org.not.Listed", Installation::none},
+            {"../usr/applications/org.system.Viewer", Installation::none},
+            {"..", Installation::none}};
+        for (const auto& [id, expected] : cases)
+            QVERIFY2(InstalledApplicationLookup::installation(id) == expected, id);
         // $FLATPAK_USER_DIR replaces the user installation under the data folder.
-        qputenv("FLATPAK_USER_DIR", QByteArray::fromStdString(m_files->fullPath("other-flatpak")));
-        QVERIFY(!InstalledApplicationLookup::isInstalled("org.flat.User"));
-        QVERIFY(!InstalledApplicationLookup::isInstalled("org.userexport.App"));
+        setenv("FLATPAK_USER_DIR", f.fullPath("other-flatpak"));
+        QVERIFY(InstalledApplicationLookup::installation("org.user.Flat") == Installation::none);
         qunsetenv("FLATPAK_USER_DIR");
     }
 
-    void relativeAndEmptyDataDirsFallBack() {
-        qputenv("XDG_DATA_DIRS",
-                "relative/usr:" + QByteArray::fromStdString(m_files->fullPath("usr")));
-        QVERIFY(InstalledApplicationLookup::isInstalled("org.system.Viewer"));
-        QVERIFY(!InstalledApplicationLookup::isInstalled("org.local.Tool"));
-        qputenv("XDG_DATA_DIRS", "");
-        const auto locations = InstalledApplications::Locations::fromEnvironment();
-        const auto& folders = locations.applicationFolders;
-        QVERIFY(std::find(folders.begin(), folders.end(), "/usr/share/applications") !=
-                folders.end());
-        QVERIFY(std::find(folders.begin(), folders.end(), "/usr/local/share/applications") !=
-                folders.end());
-        // An unset data home falls back to ~/.local/share.
+    void emptyDataDirsFallBackToTheDefaults() {
+        setenv("XDG_DATA_DIRS", "");
         qunsetenv("XDG_DATA_HOME");
-        const auto fallback = InstalledApplications::Locations::fromEnvironment();
-        QCOMPARE(fallback.applicationFolders.front(),
-                 m_files->fullPath("no-home") + "/.local/share/applications");
+        const auto folders = InstalledApplications::Locations::fromEnvironment().applicationFolders;
+        QCOMPARE(folders.front(), f.fullPath("no-home") + "/.local/share/applications");
+        for (const char* dir : {"/usr/local/share/applications", "/usr/share/applications"})
+            QVERIFY2(std::find(folders.begin(), folders.end(), dir) != folders.end(), dir);
     }
 
-    void lookupReturnsTheOrphansThroughAFuture() {
-        const std::vector<std::string> candidates = {"org.user.Editor", "org.gone.App",
-                                                     "org.flat.System", "org.gone.App",
-                                                     "com.Removed.Thing"};
-        QFutureWatcher<InstalledApplicationLookup::IDSet> watcher;
-        QSignalSpy finished(&watcher, &QFutureWatcherBase::finished);
-        watcher.setFuture(InstalledApplicationLookup::orphanedBundleIDs(candidates));
-        QVERIFY(finished.wait(5000));
-        QCOMPARE(watcher.future().resultCount(), 1);
-        QVERIFY((watcher.result() ==
-                 InstalledApplicationLookup::IDSet{"org.gone.App", "com.Removed.Thing"}));
-        // No candidates: an empty set, not a missing result.
-        auto empty = InstalledApplicationLookup::orphanedBundleIDs({});
-        empty.waitForFinished();
-        QCOMPARE(empty.resultCount(), 1);
-        QVERIFY(empty.result().empty());
+    void findsOrphansOnThePool() {
+        InstalledApplications::Locations locations{{f.fullPath("usr/applications")},
+                                                   {f.fullPath("system-flatpak/app")}};
+        auto future = InstalledApplicationLookup::findOrphans(
+            {"org.system.Viewer", "org.gone.App", "org.system.Flat", "org.gone.App"}, locations);
+        future.waitForFinished();
+        QCOMPARE(future.resultCount(), 1);
+        const auto& orphans = future.result();
+        QVERIFY((orphans.bundleIDs == std::unordered_set<std::string>{"org.gone.App"}));
+        QVERIFY((orphans.flatpakIDs ==
+                 std::unordered_set<std::string>{"org.gone.App", "org.system.Viewer"}));
+        // No candidates: empty sets, not a missing result that would stall the panel.
+        QCOMPARE(InstalledApplicationLookup::findOrphans({}).results().size(), 1);
     }
 };
 

@@ -1,86 +1,60 @@
-// The System Junk view model: when it classifies, what it publishes, what it
-// pre-selects, and that a superseded run publishes nothing. The orphan lookups are
-// driven by hand through promises, except in the last case, which runs the
-// platform's lookups against desktop entries in a temporary data folder.
+// The System Junk view model: when it classifies, what it publishes and pre-selects,
+// and that a superseded, cancelled or abandoned run publishes nothing. The orphan
+// lookups are driven by hand through promises, except in the last case.
 #include "app/viewmodels/SystemJunkViewModel.h"
 #include "app/stores/CleanupListStore.h"
-#include "core/junk/SyntheticTree.h"
+#include "core/junk/JunkFixture.h"
 #include "support/FixtureTree.h"
 
-#include <QCoreApplication>
 #include <QPromise>
 #include <QSignalSpy>
 #include <QTest>
 
-#include <memory>
-
 using namespace ringfold;
-using ringfold::testing::SyntheticTree;
+using namespace ringfold::test;
+using Orphans = SystemJunkViewModel::Orphans;
+using Names = std::vector<std::string>;
+using Categories = std::vector<JunkCategory>;
 
 namespace {
 
-constexpr Timestamp kNow = 1'700'000'000;
-constexpr Timestamp kDay = 86400;
-
-// Hands out one promise per lookup, so a test decides when and how each ends.
-struct ManualLookup {
-    std::vector<std::vector<std::string>> requests;
-    std::vector<std::shared_ptr<QPromise<SystemJunkViewModel::IDSet>>> promises;
-
-    SystemJunkViewModel::OrphanLookup function() {
-        return [this](std::vector<std::string> candidates) {
-            requests.push_back(std::move(candidates));
-            auto p = std::make_shared<QPromise<SystemJunkViewModel::IDSet>>();
-            p->start();
-            promises.push_back(p);
-            return p->future();
-        };
-    }
-    void answer(std::size_t i, SystemJunkViewModel::IDSet orphans) {
-        promises.at(i)->addResult(std::move(orphans));
-        promises.at(i)->finish();
-    }
-};
-
-std::unique_ptr<SyntheticTree> homeTree() {
-    auto t = std::make_unique<SyntheticTree>("/home/ann");
-    t->add(".local/state/app.log.1", kNow, 4000);                    // appLogs high
-    t->add(".local/state/app.log", kNow, 500);                       // appLogs medium
-    t->addFolder(".cache/thumbnails", kNow, 70000);                  // thumbnails high
-    t->addFolder(".cache/old-tool", kNow - 10 * kDay, 3000);         // appCaches at 7 days only
-    t->addFolder(".cache/org.gone.App", kNow, 900);                  // orphan candidate
-    t->add(".local/state/.hidden.log.2", kNow, 100000, false, true); // high but hidden
-    return t;
-}
-
-SystemJunkViewModel::PlacesProvider places() {
-    return [] { return JunkPlaces::forHome("/home/ann"); };
-}
-
-// A view model on hand-driven lookups, an empty cleanup list and the home tree.
 struct Harness {
-    ManualLookup lookup;
-    SystemJunkViewModel vm{lookup.function(), places(), [] { return kNow; }};
+    std::vector<std::shared_ptr<QPromise<Orphans>>> lookups; // one per run, ended by hand
+    SystemJunkViewModel::OrphanLookup lookup = [this](std::vector<std::string> candidates) {
+        lookups.push_back(std::make_shared<QPromise<Orphans>>());
+        lookups.back()->start();
+        requests.push_back(std::move(candidates));
+        return lookups.back()->future();
+    };
+    std::vector<Names> requests;
+    SystemJunkViewModel vm{lookup, [] { return JunkPlaces::forHome("/home/ann"); },
+                           [] { return kNow; }};
     CleanupListStore list;
-    std::unique_ptr<SyntheticTree> tree = homeTree();
+    JunkTree tree{"/home/ann"};
 
-    void classify(int logDays, int cacheDays) {
-        vm.classify(tree->shared(), list, logDays, cacheDays);
+    Harness() {
+        tree.add(".local/state/app.log.1", kNow, 4000);             // high
+        tree.add(".local/state/app.log", kNow, 500);                // medium
+        tree.add(".local/state/.hidden.log.2", kNow, 100000, true); // high but hidden
+        tree.add(".cache/thumbnails/a.png", kNow, 70000);           // high
+        tree.add(".cache/old-tool/", kNow - 10 * kDay);             // listed at 7 days only
+        tree.add(".cache/org.gone.App/", kNow);                     // orphan candidate
+        tree.totalFolders();
     }
-    // A first run at the default ages, with no orphans, published.
-    bool firstRun() {
-        classify(30, 14);
-        lookup.answer(0, {});
-        return QTest::qWaitFor([this] { return !vm.groups().empty(); });
+    void answer(std::size_t run, const std::unordered_set<std::string>& gone = {}) {
+        lookups.at(run)->addResult(Orphans{gone, gone});
+        lookups.at(run)->finish();
+    }
+    void classify(int cacheDays, const JunkTree* t = nullptr) {
+        vm.classify((t ? *t : tree).rootPtr(), list, 30, cacheDays);
+    }
+    Categories categories() const {
+        Categories out;
+        for (const auto& g : vm.groups())
+            out.push_back(g.category);
+        return out;
     }
 };
-
-std::vector<JunkCategory> categories(const SystemJunkViewModel& vm) {
-    std::vector<JunkCategory> out;
-    for (const auto& g : vm.groups())
-        out.push_back(g.category);
-    return out;
-}
 
 } // namespace
 
@@ -90,132 +64,80 @@ class SystemJunkViewModelTest : public QObject {
 private slots:
     void classifiesOncePerRootAndSettingsAndPreselects() {
         Harness h;
-        auto& [lookup, vm, list, t] = h;
-        h.classify(30, 14);
-        h.classify(30, 14);
-        QCOMPARE(lookup.requests.size(), std::size_t(1));
-        QCOMPARE(lookup.requests[0], std::vector<std::string>{"org.gone.App"});
-        QVERIFY(vm.isClassifying());
-        QVERIFY(vm.groups().empty()); // nothing before the lookups end
-
-        QSignalSpy groupsChanged(&vm, &SystemJunkViewModel::groupsChanged);
-        lookup.answer(0, {"org.gone.App"});
+        h.classify(14);
+        h.classify(14);
+        QCOMPARE(h.requests, std::vector<Names>{{"org.gone.App"}});
+        QVERIFY(h.vm.isClassifying() && h.vm.groups().empty()); // nothing before the lookups
+        QSignalSpy groupsChanged(&h.vm, &SystemJunkViewModel::groupsChanged);
+        h.answer(0, {"org.gone.App"});
         QTRY_COMPARE(groupsChanged.count(), 1);
-        QVERIFY(!vm.isClassifying());
-        QCOMPARE(categories(vm),
-                 (std::vector<JunkCategory>{JunkCategory::appLogs, JunkCategory::thumbnails,
-                                            JunkCategory::orphanedAppSupport}));
-        QCOMPARE(vm.groups()[0].items.size(), std::size_t(3));
-        QCOMPARE(vm.groups()[0].totalSize(), std::int64_t(104500));
-        // Hidden high-confidence items count in the total but are not pre-selected.
-        QCOMPARE(vm.highConfidenceTotal(), std::int64_t(4000 + 70000 + 100000));
-        std::vector<std::string> listed;
-        for (const NodePtr& n : list.items())
-            listed.emplace_back(n->name());
-        QCOMPARE(listed, (std::vector<std::string>{"app.log.1", "thumbnails"}));
-        // The same tree and settings again: still no second run.
-        h.classify(30, 14);
-        QCOMPARE(lookup.requests.size(), std::size_t(1));
+        QVERIFY(!h.vm.isClassifying());
+        QCOMPARE(h.categories(), (Categories{JunkCategory::appLogs, JunkCategory::thumbnails,
+                                             JunkCategory::orphanedAppSupport}));
+        QCOMPARE(h.vm.groups()[0].totalSize(), std::int64_t(104500));
+        // Hidden high items count in the total but are not pre-selected; orphans never are.
+        QCOMPARE(h.vm.highConfidenceTotal(), std::int64_t(4000 + 70000 + 100000));
+        QCOMPARE(names(h.list.items()), (Names{"app.log.1", "thumbnails"}));
+
+        h.list.remove(*h.list.items()[0]); // unticked by the user ...
+        h.classify(7);
+        h.answer(1);
+        QTRY_COMPARE(h.categories(), (Categories{JunkCategory::appLogs, JunkCategory::appCaches,
+                                                 JunkCategory::thumbnails}));
+        QCOMPARE(h.list.count(), std::size_t(2)); // ... and back after the settings changed
     }
 
-    void changedAgeSettingReclassifies() {
+    void supersededCancelledAndAbandonedRunsPublishNothing() {
         Harness h;
-        auto& [lookup, vm, list, t] = h;
-        QVERIFY(h.firstRun());
-        QCOMPARE(categories(vm),
-                 (std::vector<JunkCategory>{JunkCategory::appLogs, JunkCategory::thumbnails}));
-
-        h.classify(30, 7);
-        QCOMPARE(lookup.requests.size(), std::size_t(2));
-        lookup.answer(1, {});
-        QTRY_COMPARE(vm.groups().size(), std::size_t(3));
-        QCOMPARE(categories(vm),
-                 (std::vector<JunkCategory>{JunkCategory::appLogs, JunkCategory::appCaches,
-                                            JunkCategory::thumbnails}));
-        QCOMPARE(vm.groups()[1].items[0].node->name(), std::string_view("old-tool"));
-    }
-
-    void supersededRunPublishesNothing() {
-        ManualLookup lookup;
-        SystemJunkViewModel vm(lookup.function(), places(), [] { return kNow; });
-        CleanupListStore list;
-        auto first = homeTree();
-        SyntheticTree second("/home/ann");
-        second.add(".xsession-errors.old", kNow, 10);
-        vm.classify(first->shared(), list, 30, 14);
-        vm.classify(second.shared(), list, 30, 14);
-        QVERIFY(lookup.promises[0]->isCanceled());
-
-        QSignalSpy groupsChanged(&vm, &SystemJunkViewModel::groupsChanged);
-        lookup.answer(0, {"org.gone.App"});
+        JunkTree other("/home/ann");
+        other.add(".xsession-errors.old", kNow, 10, true);
+        h.classify(14);
+        h.classify(14, &other);
+        QVERIFY(h.lookups[0]->future().isCanceled());
+        QSignalSpy groupsChanged(&h.vm, &SystemJunkViewModel::groupsChanged);
+        h.answer(0, {"org.gone.App"});
         QTest::qWait(20);
         QCOMPARE(groupsChanged.count(), 0);
-        QVERIFY(list.isEmpty());
-        lookup.answer(1, {});
+        h.answer(1);
         QTRY_COMPARE(groupsChanged.count(), 1);
-        QCOMPARE(vm.groups().size(), std::size_t(1));
-        QCOMPARE(vm.groups()[0].items[0].node->name(), std::string_view(".xsession-errors.old"));
-        // Hidden (leading dot) and high: counted, not listed.
-        QCOMPARE(vm.highConfidenceTotal(), std::int64_t(10));
+        QCOMPARE(h.vm.highConfidenceTotal(), std::int64_t(10));
+        QVERIFY(h.list.isEmpty()); // hidden
+
+        // A root of none cancels the run, clears everything and forgets the last run.
+        h.classify(7);
+        h.vm.classify(nullptr, h.list, 30, 7);
+        QVERIFY(h.lookups[2]->future().isCanceled() && !h.vm.isClassifying());
+        QVERIFY(h.vm.groups().empty() && h.vm.highConfidenceTotal() == 0);
+        h.classify(14, &other);
+        QCOMPARE(h.requests.size(), std::size_t(4));
+
+        auto gone = std::make_unique<SystemJunkViewModel>(
+            h.lookup, [] { return JunkPlaces::forHome("/home/ann"); }, [] { return kNow; });
+        gone->classify(h.tree.rootPtr(), h.list, 30, 14);
+        gone.reset();
+        h.answer(4);
+        QTest::qWait(20);
+        QVERIFY(h.list.isEmpty());
     }
 
-    void noRootClearsEverythingAndForgetsTheLastRun() {
-        Harness h;
-        auto& [lookup, vm, list, t] = h;
-        QVERIFY(h.firstRun());
-
-        h.classify(30, 7);                 // starts a run ...
-        vm.classify(nullptr, list, 30, 7); // ... that this cancels
-        QVERIFY(lookup.promises[1]->isCanceled());
-        QVERIFY(vm.groups().empty());
-        QCOMPARE(vm.highConfidenceTotal(), std::int64_t(0));
-        QVERIFY(!vm.isClassifying());
-
-        h.classify(30, 14);
-        QCOMPARE(lookup.requests.size(), std::size_t(3));
-    }
-
-    void uncheckedHighItemComesBackOnTheNextRun() {
-        Harness h;
-        auto& [lookup, vm, list, t] = h;
-        QVERIFY(h.firstRun());
-        QCOMPARE(list.count(), std::size_t(2));
-        list.remove(*list.items()[0]);
-        QCOMPARE(list.count(), std::size_t(1));
-        h.classify(31, 14);
-        lookup.answer(1, {});
-        QTRY_COMPARE(list.count(), std::size_t(2));
-    }
-
-    void platformLookupFindsOrphans() {
-        test::FixtureTree files;
+    void platformLookupsOfTheEnvironment() {
+        FixtureTree files;
         files.writeFile("data/applications/org.here.Editor.desktop", 10);
         const std::string home = files.fullPath("home");
         qputenv("HOME", QByteArray::fromStdString(home));
         qputenv("XDG_DATA_HOME", QByteArray::fromStdString(files.fullPath("data")));
-        qputenv("XDG_DATA_DIRS", QByteArray::fromStdString(files.fullPath("none")));
-        qputenv("FLATPAK_SYSTEM_DIR", QByteArray::fromStdString(files.fullPath("none")));
-        qunsetenv("XDG_CACHE_HOME");
+        for (const char* v : {"XDG_DATA_DIRS", "FLATPAK_SYSTEM_DIR", "FLATPAK_USER_DIR"})
+            qputenv(v, QByteArray::fromStdString(files.fullPath("none")));
         qunsetenv("XDG_CONFIG_HOME");
-
-        SyntheticTree t(home);
-        t.addFolder(".var/app/org.here.Editor");
-        t.addFolder(".var/app/org.gone.Player");
-        t.addFolder(".config/org.gone.Player");
-        SystemJunkViewModel vm; // the platform's lookups and the environment's folders
+        JunkTree t(home);
+        for (const char* path : {".config/org.here.Editor/", ".config/org.gone.Player/"})
+            t.add(path);
+        SystemJunkViewModel vm;
         CleanupListStore list;
-        vm.classify(t.shared(), list, 30, 14);
+        vm.classify(t.rootPtr(), list, 30, 14);
         QTRY_VERIFY(!vm.groups().empty());
-        qunsetenv("XDG_DATA_HOME");
-        qunsetenv("XDG_DATA_DIRS");
-        qunsetenv("FLATPAK_SYSTEM_DIR");
-
-        QCOMPARE(vm.groups().size(), std::size_t(1));
-        const auto& items = vm.groups()[0].items;
-        QCOMPARE(items.size(), std::size_t(2));
-        QCOMPARE(items[0].node->url(), home + "/.var/app/org.gone.Player");
-        QCOMPARE(items[1].node->url(), home + "/.config/org.gone.Player");
-        QVERIFY(list.isEmpty()); // orphans are never pre-selected
+        QCOMPARE(vm.groups()[0].items.size(), std::size_t(1));
+        QCOMPARE(vm.groups()[0].items[0].node->url(), home + "/.config/org.gone.Player");
     }
 };
 

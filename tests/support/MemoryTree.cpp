@@ -12,6 +12,29 @@ MemoryTree::MemoryTree(std::string_view rootName) : m_tree(Tree::create()), m_al
     m_tree->setUrl(m_root, "/" + std::string(rootName));
 }
 
+void MemoryTree::setRootPath(std::string path) {
+    m_tree->setUrl(m_root, std::move(path));
+}
+
+FileNode* MemoryTree::folderAt(std::string_view relativePath) {
+    FileNode* node = m_root;
+    while (!relativePath.empty()) {
+        const std::size_t slash = relativePath.find('/');
+        const std::string_view name = relativePath.substr(0, slash);
+        relativePath = slash == std::string_view::npos ? "" : relativePath.substr(slash + 1);
+        if (name.empty())
+            continue;
+        FileNode* next = nullptr;
+        for (FileNode* child : node->children())
+            if (child->isDirectory() && child->name() == name) {
+                next = child;
+                break;
+            }
+        node = next ? next : folder(node, name);
+    }
+    return node;
+}
+
 FileNode* MemoryTree::add(FileNode* parent, const NodeInit& init) {
     FileNode* n = m_alloc.create(init);
     FileNode* one[] = {n};

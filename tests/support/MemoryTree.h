@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 
@@ -28,6 +29,12 @@ public:
     FileNode* root() const { return m_root; }
     NodePtr rootPtr() const { return m_tree->share(m_root); }
     const std::shared_ptr<Tree>& tree() const { return m_tree; }
+
+    /// Places the root at an absolute path (by default "/" + its name); call it before
+    /// asking any node for its location.
+    void setRootPath(std::string path);
+    /// The folder at a "/"-separated path below the root, appending the missing ones.
+    FileNode* folderAt(std::string_view relativePath);
 
     /// Appends a folder (size 0 until `totalFolders`) or a file to `parent`.
     FileNode* folder(FileNode* parent, std::string_view name, NodeOptions options = {});

@@ -1,7 +1,5 @@
 #include "app/platform/InstalledApplicationLookup.h"
 
-#include "core/junk/JunkClassifier.h"
-
 #include <QPromise>
 #include <QThread>
 #include <QThreadPool>
@@ -10,28 +8,26 @@
 
 namespace ringfold {
 
-QFuture<InstalledApplicationLookup::IDSet>
-InstalledApplicationLookup::orphanedBundleIDs(std::vector<std::string> candidates) {
-    return orphanedBundleIDs(std::move(candidates),
-                             InstalledApplications::Locations::fromEnvironment());
+QFuture<InstalledApplicationLookup::Orphans>
+InstalledApplicationLookup::findOrphans(std::vector<std::string> candidates) {
+    return findOrphans(std::move(candidates), InstalledApplications::Locations::fromEnvironment());
 }
 
-QFuture<InstalledApplicationLookup::IDSet>
-InstalledApplicationLookup::orphanedBundleIDs(std::vector<std::string> candidates,
-                                              InstalledApplications::Locations locations) {
-    auto promise = std::make_shared<QPromise<IDSet>>();
-    QFuture<IDSet> future = promise->future();
+QFuture<InstalledApplicationLookup::Orphans>
+InstalledApplicationLookup::findOrphans(std::vector<std::string> candidates,
+                                        InstalledApplications::Locations locations) {
+    auto promise = std::make_shared<QPromise<Orphans>>();
+    QFuture<Orphans> future = promise->future();
     promise->start();
     QThreadPool::globalInstance()->start(
         [promise, candidates = std::move(candidates), locations = std::move(locations)]() mutable {
             const InstalledApplications apps(std::move(locations));
-            IDSet orphans =
-                JunkClassifier::orphanedBundleIDsFrom(candidates, [&](const std::string& id) {
-                    // A superseded run need not finish its questions.
-                    if (promise->isCanceled())
-                        return true;
-                    return apps.isInstalled(id);
-                });
+            Orphans orphans = JunkClassifier::findOrphans(candidates, [&](const std::string& id) {
+                // A superseded run need not finish its questions.
+                if (promise->isCanceled())
+                    return Installation::flatpak;
+                return apps.installation(id);
+            });
             if (!promise->isCanceled())
                 promise->addResult(std::move(orphans));
             promise->finish();
@@ -40,9 +36,9 @@ InstalledApplicationLookup::orphanedBundleIDs(std::vector<std::string> candidate
     return future;
 }
 
-bool InstalledApplicationLookup::isInstalled(const std::string& id) {
+Installation InstalledApplicationLookup::installation(const std::string& id) {
     return InstalledApplications(InstalledApplications::Locations::fromEnvironment())
-        .isInstalled(id);
+        .installation(id);
 }
 
 } // namespace ringfold

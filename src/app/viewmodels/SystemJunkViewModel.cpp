@@ -20,7 +20,7 @@ std::int64_t SystemJunkViewModel::CategoryGroup::totalSize() const {
 SystemJunkViewModel::SystemJunkViewModel(QObject* parent)
     : SystemJunkViewModel(
           [](std::vector<std::string> candidates) {
-              return InstalledApplicationLookup::orphanedBundleIDs(std::move(candidates));
+              return InstalledApplicationLookup::findOrphans(std::move(candidates));
           },
           &JunkPlaces::fromEnvironment, [] { return Timestamp(std::time(nullptr)); }, parent) {}
 
@@ -36,12 +36,10 @@ SystemJunkViewModel::~SystemJunkViewModel() {
 void SystemJunkViewModel::cancelPending() {
     if (!m_pending)
         return;
-    // Deleting the watcher disconnects it: the lookups may still finish on the pool,
-    // but their result goes nowhere.
-    m_pending->disconnect(this);
+    // The lookups may still finish on the pool, but their result goes nowhere: the
+    // watcher is gone, and a notification it had already queued carries an old run.
     m_pending->future().cancel();
-    delete m_pending;
-    m_pending = nullptr;
+    m_pending.reset();
 }
 
 void SystemJunkViewModel::classify(const NodePtr& root, CleanupListStore& cleanupList,
@@ -72,30 +70,33 @@ void SystemJunkViewModel::classify(const NodePtr& root, CleanupListStore& cleanu
     m_cleanupList = &cleanupList;
     const double diagnosticMaxAge = JunkClassifier::daysToSeconds(diagnosticAgeDays);
     const double cacheMaxAge = JunkClassifier::daysToSeconds(cacheStalenessAgeDays);
-    auto* watcher = new QFutureWatcher<IDSet>(this);
-    m_pending = watcher;
-    connect(watcher, &QFutureWatcherBase::finished, this,
-            [this, watcher, root, diagnosticMaxAge, cacheMaxAge, places] {
-                if (m_pending != watcher)
-                    return;
-                m_pending = nullptr;
-                watcher->deleteLater();
-                const QFuture<IDSet> future = watcher->future();
-                if (future.isCanceled() || future.resultCount() == 0)
-                    return;
-                finish(root, future.result(), diagnosticMaxAge, cacheMaxAge, places);
-            });
-    watcher->setFuture(m_lookup(std::move(candidates)));
+    m_pending = std::make_unique<QFutureWatcher<Orphans>>();
+    const std::uint64_t run = ++m_run;
+    // Queued, so the slot never runs inside the watcher's own signal and may delete it.
+    connect(
+        m_pending.get(), &QFutureWatcherBase::finished, this,
+        [this, run, root, diagnosticMaxAge, cacheMaxAge, places] {
+            if (run != m_run || !m_pending)
+                return;
+            const auto watcher = std::move(m_pending); // deleted when this run is published
+            const QFuture<Orphans> future = watcher->future();
+            if (future.isCanceled() || future.resultCount() == 0)
+                return;
+            finish(root, future.result(), diagnosticMaxAge, cacheMaxAge, places);
+        },
+        Qt::QueuedConnection);
+    m_pending->setFuture(m_lookup(std::move(candidates)));
 }
 
-void SystemJunkViewModel::finish(const NodePtr& root, const IDSet& orphans, double diagnosticMaxAge,
-                                 double cacheMaxAge, const JunkPlaces& places) {
+void SystemJunkViewModel::finish(const NodePtr& root, const Orphans& orphans,
+                                 double diagnosticMaxAge, double cacheMaxAge,
+                                 const JunkPlaces& places) {
     JunkClassifier classifier;
     classifier.places = places;
     classifier.now = m_clock();
     classifier.diagnosticReportsMaxAge = diagnosticMaxAge;
     classifier.cachesDerivedDataMaxAge = cacheMaxAge;
-    classifier.orphanedBundleIDs = orphans;
+    classifier.orphans = orphans;
     const std::vector<JunkItem> items = classifier.classify(*root);
 
     std::vector<CategoryGroup> groups;

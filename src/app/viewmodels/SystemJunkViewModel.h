@@ -8,7 +8,9 @@
 // rules, which run on the thread pool. Everything else, including publishing the
 // groups and the pre-selection, happens on the main thread. A new run (or a root of
 // none) cancels the previous one, and a cancelled run publishes nothing. The run
-// holds the root it classifies, so its tree stays alive until the run ends.
+// holds the root it classifies, so its tree stays alive until the run ends. The
+// running lookup's watcher belongs to the view model alone (`m_pending`), which deletes
+// it when the run is superseded or has published.
 //
 // Threads: main thread only. Sizes are signed allocated bytes.
 
@@ -20,9 +22,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 template <typename T> class QFutureWatcher;
@@ -44,10 +46,10 @@ public:
         std::int64_t totalSize() const;
     };
 
-    using IDSet = std::unordered_set<std::string>;
+    using Orphans = JunkClassifier::Orphans;
     /// Starts the installed-application lookups for the candidates; the future's one
-    /// result is the set of candidates without an installed application.
-    using OrphanLookup = std::function<QFuture<IDSet>(std::vector<std::string>)>;
+    /// result says which of them are orphans.
+    using OrphanLookup = std::function<QFuture<Orphans>(std::vector<std::string>)>;
     using PlacesProvider = std::function<JunkPlaces()>;
     using Clock = std::function<Timestamp()>;
 
@@ -75,7 +77,7 @@ signals:
 
 private:
     void cancelPending();
-    void finish(const NodePtr& root, const IDSet& orphans, double diagnosticMaxAge,
+    void finish(const NodePtr& root, const Orphans& orphans, double diagnosticMaxAge,
                 double cacheMaxAge, const JunkPlaces& places);
     void setHighConfidenceTotal(std::int64_t total);
 
@@ -88,7 +90,10 @@ private:
     std::optional<NodeID> m_lastClassifiedRootID;
     std::optional<int> m_lastDiagnosticAgeDays;
     std::optional<int> m_lastCacheStalenessAgeDays;
-    QFutureWatcher<IDSet>* m_pending = nullptr;
+    // Not parented: this pointer is the watcher's only owner.
+    std::unique_ptr<QFutureWatcher<Orphans>> m_pending;
+    // Tells a finished run's queued notification from the current run's.
+    std::uint64_t m_run = 0;
     QPointer<CleanupListStore> m_cleanupList;
 };
 

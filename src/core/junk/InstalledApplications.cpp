@@ -70,18 +70,18 @@ InstalledApplications::Locations InstalledApplications::Locations::fromEnvironme
     return l;
 }
 
-bool InstalledApplications::isInstalled(const std::string& id) const {
+Installation InstalledApplications::installation(const std::string& id) const {
     // A folder name is one path component; anything else is no identifier.
     if (id.empty() || id == "." || id == ".." || id.find('/') != std::string::npos ||
         id.find('\0') != std::string::npos)
-        return false;
-    for (const std::string& folder : m_locations.applicationFolders)
-        if (exists(folder + "/" + id + ".desktop", false))
-            return true;
+        return Installation::none;
     for (const std::string& folder : m_locations.flatpakAppFolders)
         if (exists(folder + "/" + id, true))
-            return true;
-    return false;
+            return Installation::flatpak;
+    for (const std::string& folder : m_locations.applicationFolders)
+        if (exists(folder + "/" + id + ".desktop", false))
+            return Installation::desktopEntry;
+    return Installation::none;
 }
 
 } // namespace ringfold

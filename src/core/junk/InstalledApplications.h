@@ -14,6 +14,10 @@
 
 namespace ringfold {
 
+/// How an application with a given identifier is installed, if at all. A Flatpak
+/// installation wins over a desktop entry (Flatpak exports one of its own).
+enum class Installation { none, desktopEntry, flatpak };
+
 class InstalledApplications {
 public:
     struct Locations {
@@ -31,7 +35,8 @@ public:
 
     explicit InstalledApplications(Locations locations) : m_locations(std::move(locations)) {}
 
-    bool isInstalled(const std::string& id) const;
+    Installation installation(const std::string& id) const;
+    bool isInstalled(const std::string& id) const { return installation(id) != Installation::none; }
     const Locations& locations() const { return m_locations; }
 
 private:

@@ -114,8 +114,19 @@ JunkConfidence JunkClassifier::logNameConfidence(std::string_view name) {
     return isWholeNumber(name.substr(last + 1)) ? JunkConfidence::high : JunkConfidence::medium;
 }
 
-bool JunkClassifier::isLogName(std::string_view name) {
-    return endsWith(name, ".log") || logNameConfidence(name) == JunkConfidence::high;
+std::optional<JunkConfidence> JunkClassifier::linuxLogConfidence(std::string_view name) {
+    std::string_view base = name;
+    for (std::string_view suffix : {".gz", ".bz2", ".xz", ".zst"})
+        if (endsWith(base, suffix)) {
+            base.remove_suffix(suffix.size());
+            break;
+        }
+    const bool compressed = base.size() != name.size();
+    if (endsWith(base, ".log"))
+        return compressed ? JunkConfidence::high : JunkConfidence::medium;
+    if (endsWith(base, ".log.old") || logNameConfidence(base) == JunkConfidence::high)
+        return JunkConfidence::high;
+    return std::nullopt;
 }
 
 bool JunkClassifier::looksLikeBundleID(std::string_view name) {
@@ -126,13 +137,34 @@ bool JunkClassifier::looksLikeBundleID(std::string_view name) {
     return name.find('.') != std::string_view::npos;
 }
 
+bool JunkClassifier::looksLikeApplicationID(std::string_view name) {
+    int parts = 0;
+    bool partStart = true;
+    for (char c : name) {
+        const bool letter = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
+        if (c == '.') {
+            if (partStart)
+                return false; // empty part
+            partStart = true;
+        } else if (partStart) {
+            if (!letter)
+                return false;
+            partStart = false;
+            ++parts;
+        } else if (!letter && c != '-' && !(c >= '0' && c <= '9')) {
+            return false;
+        }
+    }
+    return !partStart && parts >= 3 && name[0] != '_';
+}
+
 bool JunkClassifier::isOlder(const FileNode& node, double limit) const {
     const auto date = node.modificationDate();
     return date && static_cast<double>(now - *date) > limit;
 }
 
 bool JunkClassifier::isOrphan(std::string_view name) const {
-    return !orphanedBundleIDs.empty() && orphanedBundleIDs.count(std::string(name)) > 0;
+    return !orphans.bundleIDs.empty() && orphans.bundleIDs.count(std::string(name)) > 0;
 }
 
 std::vector<JunkItem> JunkClassifier::classify(const FileNode& root) const {
@@ -203,33 +235,36 @@ void JunkClassifier::addLibraryItems(const FileNode& root, std::vector<JunkItem>
 std::vector<std::string> JunkClassifier::candidateBundleIDs(const FileNode& root,
                                                             const JunkPlaces& places) {
     std::vector<std::string> out;
-    auto collect = [&](const FileNode* folder) {
-        if (!folder)
-            return;
-        for (const FileNode* child : folder->children())
-            if (looksLikeBundleID(child->name()))
-                out.emplace_back(child->name());
-    };
     if (const FileNode* library = findNode(root, places.home + "/Library")) {
-        collect(childNamed(*library, "Containers"));
-        collect(childNamed(*library, "Caches"));
+        for (const char* name : {"Containers", "Caches"})
+            if (const FileNode* folder = childNamed(*library, name))
+                for (const FileNode* child : folder->children())
+                    if (looksLikeBundleID(child->name()))
+                        out.emplace_back(child->name());
     }
-    collect(findNode(root, places.home + "/.var/app"));
-    collect(findNode(root, places.cacheHome));
-    collect(findNode(root, places.configHome));
-    collect(findNode(root, places.dataHome));
+    for (const std::string& path :
+         {places.home + "/.var/app", places.cacheHome, places.configHome, places.dataHome})
+        if (const FileNode* folder = findNode(root, path))
+            for (const FileNode* child : folder->children())
+                if (child->isDirectory() && looksLikeApplicationID(child->name()))
+                    out.emplace_back(child->name());
     return out;
 }
 
-std::unordered_set<std::string>
-JunkClassifier::orphanedBundleIDsFrom(const std::vector<std::string>& candidates,
-                                      const InstalledPredicate& isInstalled) {
-    std::unordered_set<std::string> orphans;
+JunkClassifier::Orphans JunkClassifier::findOrphans(const std::vector<std::string>& candidates,
+                                                    const InstallationQuery& installation) {
+    Orphans out;
     std::unordered_set<std::string> asked;
-    for (const std::string& id : candidates)
-        if (asked.insert(id).second && !isInstalled(id))
-            orphans.insert(id);
-    return orphans;
+    for (const std::string& id : candidates) {
+        if (!asked.insert(id).second)
+            continue;
+        const Installation found = installation(id);
+        if (found == Installation::none)
+            out.bundleIDs.insert(id);
+        if (found != Installation::flatpak)
+            out.flatpakIDs.insert(id);
+    }
+    return out;
 }
 
 } // namespace ringfold

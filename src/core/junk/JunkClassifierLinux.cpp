@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <pwd.h>
 #include <unistd.h>
+#include <utility>
 
 namespace ringfold {
 
@@ -84,9 +85,10 @@ void JunkClassifier::addLinuxItems(const FileNode& root, std::vector<JunkItem>& 
 
 void JunkClassifier::addLinuxLogs(const FileNode& root, std::vector<JunkItem>& out) const {
     auto addLog = [&](const FileNode* file) {
-        if (!file->isDirectory() && isLogName(file->name()))
-            out.push_back(
-                JunkItem{file->shared(), JunkCategory::appLogs, logNameConfidence(file->name())});
+        if (file->isDirectory())
+            return;
+        if (const auto confidence = linuxLogConfidence(file->name()))
+            out.push_back(JunkItem{file->shared(), JunkCategory::appLogs, *confidence});
     };
     // Programs keep their logs directly in these folders or one level down
     // (~/.local/state/<program>/<name>.log).
@@ -129,7 +131,7 @@ void JunkClassifier::addLinuxCaches(const FileNode& root, std::vector<JunkItem>&
                     JunkItem{child->shared(), JunkCategory::thumbnails, JunkConfidence::high});
             } else if (isCacheHomeDeveloperCache(name)) {
                 continue; // listed below as a developer cache
-            } else if (isOrphan(name)) {
+            } else if (isOrphanedAppFolder(*child, false)) {
                 out.push_back(JunkItem{child->shared(), JunkCategory::orphanedAppSupport,
                                        JunkConfidence::orphaned});
             } else if (isOlder(*child, cachesDerivedDataMaxAge)) {
@@ -146,17 +148,26 @@ void JunkClassifier::addLinuxCaches(const FileNode& root, std::vector<JunkItem>&
     }
 }
 
+// Only a folder named by an application ID is an application's data: the files beside
+// them (mimeapps.list, user-dirs.dirs, monitors.xml, recently-used.xbel) are the
+// desktop's own settings, whatever their names look like.
+bool JunkClassifier::isOrphanedAppFolder(const FileNode& node, bool flatpakData) const {
+    if (!node.isDirectory() || !looksLikeApplicationID(node.name()))
+        return false;
+    const auto& ids = flatpakData ? orphans.flatpakIDs : orphans.bundleIDs;
+    return ids.count(std::string(node.name())) > 0;
+}
+
 void JunkClassifier::addLinuxOrphans(const FileNode& root, std::vector<JunkItem>& out) const {
-    if (orphanedBundleIDs.empty())
-        return;
     // ~/.cache was handled with the caches; its orphans keep their place there.
-    for (const std::string& path :
-         {places.home + "/.var/app", places.configHome, places.dataHome}) {
+    const std::pair<std::string, bool> folders[] = {
+        {places.home + "/.var/app", true}, {places.configHome, false}, {places.dataHome, false}};
+    for (const auto& [path, flatpakData] : folders) {
         const FileNode* folder = findNode(root, path);
         if (!folder)
             continue;
         for (const FileNode* child : folder->children())
-            if (looksLikeBundleID(child->name()) && isOrphan(child->name()))
+            if (isOrphanedAppFolder(*child, flatpakData))
                 out.push_back(JunkItem{child->shared(), JunkCategory::orphanedAppSupport,
                                        JunkConfidence::orphaned});
     }

@@ -1,29 +1,65 @@
 #pragma once
-// Shared by the junk rule tests: a classifier for a fixed home and clock, and a
-// one-line description per found item so whole result lists compare at once.
-
-#include "SyntheticTree.h"
-
+// Shared by the junk tests: in-memory trees rooted at an absolute path, a classifier
+// for a fixed home and clock, and one line per found item so whole lists compare.
 #include "core/junk/JunkClassifier.h"
+#include "support/MemoryTree.h"
 
+#include <algorithm>
 #include <string>
-#include <unordered_set>
-#include <utility>
+#include <type_traits>
 #include <vector>
 
-namespace ringfold::testing {
+namespace ringfold::test {
 
 inline constexpr Timestamp kNow = 1'700'000'000;
 inline constexpr Timestamp kDay = 86400;
 
-inline JunkClassifier classifier(const std::string& home,
-                                 std::unordered_set<std::string> orphans = {}) {
+struct JunkTree : MemoryTree {
+    explicit JunkTree(const std::string& path) : MemoryTree(path.substr(path.rfind('/') + 1)) {
+        setRootPath(path);
+    }
+    /// A file, or with a trailing "/" a folder, at a path below the root.
+    FileNode* add(std::string_view rel, std::optional<Timestamp> modified = std::nullopt,
+                  std::int64_t size = 1000, bool hidden = false) {
+        const bool folder = rel.back() == '/';
+        rel.remove_suffix(folder ? 1 : 0);
+        const std::size_t slash = rel.rfind('/');
+        FileNode* parent = slash == rel.npos ? root() : folderAt(rel.substr(0, slash));
+        const NodeOptions options{.hidden = hidden, .modified = modified};
+        return folder ? MemoryTree::folder(parent, rel.substr(slash + 1), options)
+                      : file(parent, rel.substr(slash + 1), size, options);
+    }
+};
+
+/// The whitespace-separated words of a text (paths without spaces, listed compactly).
+inline std::vector<std::string> words(std::string_view text) {
+    std::vector<std::string> out;
+    for (std::size_t end = 0, start; (start = text.find_first_not_of(" \n", end)) != text.npos;) {
+        end = std::min(text.find_first_of(" \n", start), text.size());
+        out.emplace_back(text.substr(start, end - start));
+    }
+    return out;
+}
+
+/// The names of nodes or of junk items' nodes.
+template <typename Range> std::vector<std::string> names(const Range& range) {
+    std::vector<std::string> out;
+    for (const auto& entry : range) {
+        if constexpr (std::is_same_v<std::decay_t<decltype(entry)>, JunkItem>)
+            out.emplace_back(entry.node->name());
+        else
+            out.emplace_back(entry->name());
+    }
+    return out;
+}
+
+inline JunkClassifier classifier(const std::string& home, JunkClassifier::Orphans orphans = {}) {
     JunkClassifier c;
     c.places = JunkPlaces::forHome(home);
     c.now = kNow;
     c.diagnosticReportsMaxAge = JunkClassifier::daysToSeconds(30);
     c.cachesDerivedDataMaxAge = JunkClassifier::daysToSeconds(14);
-    c.orphanedBundleIDs = std::move(orphans);
+    c.orphans = std::move(orphans);
     return c;
 }
 
@@ -34,4 +70,4 @@ inline std::vector<std::string> described(const std::vector<JunkItem>& items) {
     return out;
 }
 
-} // namespace ringfold::testing
+} // namespace ringfold::test

@@ -1,149 +1,121 @@
-// The rules for the places Linux programs use: XDG cache and state folders, developer
-// caches, crash reports and per-application data of uninstalled programs.
+// The rules for the places Linux programs use, on in-memory trees: log names, crash
+// reports, cache ages, the XDG variables and which folders count as leftovers.
 #include "JunkFixture.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <map>
 
-namespace ringfold {
+namespace ringfold::test {
 namespace {
 
-using namespace testing;
-
 const std::string kHome = "/home/ann";
+constexpr auto high = JunkConfidence::high;
+constexpr auto medium = JunkConfidence::medium;
 
-TEST(LinuxRules, CachesThumbnailsAndDeveloperCaches) {
-    SyntheticTree t("/home/ann");
-    t.addFolder(".cache/thumbnails", kNow); // fresh, still listed
-    t.addFolder(".cache/old-app", kNow - 15 * kDay);
-    t.addFolder(".cache/at-limit", kNow - 14 * kDay);
-    t.addFolder(".cache/fresh-app", kNow - kDay);
-    t.addFolder(".cache/undated");
-    t.addFolder(".cache/pip", kNow - 400 * kDay); // a developer cache, listed once
-    t.addFolder(".cache/go-build", kNow);
-    t.addFolder(".cache/bazel");
-    t.addFolder(".npm/_cacache");
-    t.addFolder(".npm/_logs");
-    t.addFolder(".cargo/registry/cache");
-    t.addFolder(".cargo/registry/src");
-    t.addFolder(".m2/repository");
-    t.addFolder(".ccache");
-
-    const std::vector<std::string> expected = {
-        "/home/ann/.cache/thumbnails thumbnails High",
-        "/home/ann/.cache/old-app appCaches Medium",
-        "/home/ann/.cache/pip developerCaches Medium",
-        "/home/ann/.npm/_cacache developerCaches Medium",
-        "/home/ann/.cargo/registry/cache developerCaches Medium",
-        "/home/ann/.m2/repository developerCaches Medium",
-        "/home/ann/.cache/go-build developerCaches Medium",
-        "/home/ann/.ccache developerCaches Medium",
-        "/home/ann/.cache/bazel developerCaches Medium",
-    };
-    EXPECT_EQ(described(classifier(kHome).classify(*t.root())), expected);
+TEST(LinuxRules, LogNames) {
+    const std::pair<const char*, std::optional<JunkConfidence>> cases[] = {
+        {"app.log", medium},      {"app.log.1", high},         {"Xorg.0.log.old", high},
+        {"app.log.gz", high},     {"app.log.2.gz", high},      {"app.log.3.zst", high},
+        {"app.log.old.xz", high}, {"history", std::nullopt},   {"app.old", std::nullopt},
+        {"log.gz", std::nullopt}, {"app.log.1a", std::nullopt}};
+    for (const auto& [name, expected] : cases)
+        EXPECT_EQ(JunkClassifier::linuxLogConfidence(name), expected) << name;
 }
 
-TEST(LinuxRules, LogsTwoLevelsDeepAndCrashReports) {
-    SyntheticTree t("/");
-    t.add("home/ann/.local/state/app.log");
+TEST(LinuxRules, ApplicationIDs) {
+    for (const char* id : {"org.gnome.Maps", "net._86box._86Box", "io.github.my-app.Tool2"})
+        EXPECT_TRUE(JunkClassifier::looksLikeApplicationID(id)) << id;
+    for (const char* name :
+         {"gtk-3.0", "gstreamer-1.0", "kde.org", "mimeapps.list", "org..x.y", "org.x.y.",
+          "_org.x.y", "9org.x.y", "org.x.2y", "org.x.\xC3\xA4pp", ""})
+        EXPECT_FALSE(JunkClassifier::looksLikeApplicationID(name)) << name;
+}
+
+TEST(LinuxRules, LogsCrashReportsAndCacheAges) {
+    JunkTree t("/");
     t.add("home/ann/.local/state/app.log.1");
-    t.add("home/ann/.local/state/history"); // not a log
-    t.add("home/ann/.local/state/wireplumber/wp.log.2.gz");
-    t.add("home/ann/.local/state/wireplumber/wp.log.gz");
+    t.add("home/ann/.local/state/tool/app.log");
     t.add("home/ann/.local/state/a/b/too-deep.log");
-    t.addFolder("home/ann/.local/state/folder.log"); // folders are not log files
-    t.add("home/ann/.local/share/xorg/Xorg.0.log");
-    t.add("home/ann/.local/share/xorg/Xorg.0.log.old");
-    t.add("home/ann/.xsession-errors.old");
+    t.add("home/ann/.local/state/folder.log/"); // folders are not log files
     t.add("home/ann/.xsession-errors");
-    t.add("var/crash/_usr_bin_app.1000.crash", kNow - 31 * kDay);
-    t.add("var/crash/_usr_bin_other.0.crash", kNow - 30 * kDay);
-    t.add("var/crash/_usr_bin_undated.0.crash");
-    t.add("var/crash/_usr_bin_app.1000.upload", kNow - 90 * kDay);
+    t.add("home/ann/.xsession-errors.old");
+    for (const auto& [name, age] : std::map<std::string, Timestamp>{
+             {"a-old.crash", 31 * kDay}, {"b-limit.crash", 30 * kDay}, {"c-old.upload", 90 * kDay}})
+        t.add("var/crash/_usr_bin_" + name, kNow - age);
+    t.add("var/crash/_usr_bin_undated.crash");
+    for (const auto& [name, days] : std::map<std::string, Timestamp>{
+             {"a-old/", 15}, {"b-limit/", 14}, {"pip/", 400}, {"thumbnails/", 0}})
+        t.add("home/ann/.cache/" + name, kNow - days * kDay);
+    t.add("home/ann/.cache/undated/");
 
     const std::vector<std::string> expected = {
-        "/home/ann/.local/state/app.log appLogs Medium",
         "/home/ann/.local/state/app.log.1 appLogs High",
-        "/home/ann/.local/state/wireplumber/wp.log.gz appLogs High",
-        "/home/ann/.local/share/xorg/Xorg.0.log appLogs Medium",
+        "/home/ann/.local/state/tool/app.log appLogs Medium",
         "/home/ann/.xsession-errors.old appLogs High",
-        "/var/crash/_usr_bin_app.1000.crash diagnosticReports High",
-        "/var/crash/_usr_bin_other.0.crash diagnosticReports Medium",
-        "/var/crash/_usr_bin_undated.0.crash diagnosticReports Medium",
+        "/var/crash/_usr_bin_a-old.crash diagnosticReports High",
+        "/var/crash/_usr_bin_b-limit.crash diagnosticReports Medium",
+        "/var/crash/_usr_bin_undated.crash diagnosticReports Medium",
+        "/home/ann/.cache/a-old appCaches Medium",
+        "/home/ann/.cache/thumbnails thumbnails High",
+        "/home/ann/.cache/pip developerCaches Medium", // once, not also as an old cache
     };
     EXPECT_EQ(described(classifier(kHome).classify(*t.root())), expected);
 }
 
-TEST(LinuxRules, OrphanedApplicationData) {
-    SyntheticTree t("/home/ann");
-    t.addFolder(".var/app/org.gone.Player");
-    t.addFolder(".var/app/org.here.Editor");
-    t.addFolder(".cache/org.gone.Player", kNow);
-    t.addFolder(".cache/org.here.Editor", kNow);
-    t.addFolder(".config/org.gone.Player");
-    t.addFolder(".config/autostart");
-    t.addFolder(".config/7z.conf");
-    t.addFolder(".local/share/org.gone.Player");
-    t.addFolder(".local/share/applications");
-
-    const auto c = classifier(kHome);
-    const std::vector<std::string> candidates = {"org.gone.Player", "org.here.Editor",
-                                                 "org.gone.Player", "org.here.Editor",
-                                                 "org.gone.Player", "org.gone.Player"};
-    EXPECT_EQ(JunkClassifier::candidateBundleIDs(*t.root(), c.places), candidates);
-    EXPECT_TRUE(c.classify(*t.root()).empty());
-
-    const std::vector<std::string> expected = {
-        "/home/ann/.cache/org.gone.Player orphanedAppSupport Orphaned",
-        "/home/ann/.var/app/org.gone.Player orphanedAppSupport Orphaned",
-        "/home/ann/.config/org.gone.Player orphanedAppSupport Orphaned",
-        "/home/ann/.local/share/org.gone.Player orphanedAppSupport Orphaned",
-    };
-    EXPECT_EQ(described(classifier(kHome, {"org.gone.Player", "autostart"}).classify(*t.root())),
-              expected);
-}
-
-TEST(LinuxRules, XdgVariablesMoveTheCacheAndStateFolders) {
+TEST(LinuxRules, XdgVariablesMoveTheCacheFolder) {
     ::setenv("HOME", "/home/ann", 1);
     ::setenv("XDG_CACHE_HOME", "/fast/cache/", 1);
     ::setenv("XDG_STATE_HOME", "relative/state", 1); // ignored: not absolute
-    ::unsetenv("XDG_CONFIG_HOME");
     ::setenv("XDG_DATA_HOME", "", 1);
+    ::unsetenv("XDG_CONFIG_HOME");
     const JunkPlaces p = JunkPlaces::fromEnvironment();
-    ::unsetenv("XDG_CACHE_HOME");
-    ::unsetenv("XDG_STATE_HOME");
-    ::unsetenv("XDG_DATA_HOME");
-    EXPECT_EQ(p.home, "/home/ann");
-    EXPECT_EQ(p.cacheHome, "/fast/cache");
+    for (const char* v : {"XDG_CACHE_HOME", "XDG_STATE_HOME", "XDG_DATA_HOME"})
+        ::unsetenv(v);
     EXPECT_EQ(p.stateHome, "/home/ann/.local/state");
     EXPECT_EQ(p.configHome, "/home/ann/.config");
     EXPECT_EQ(p.dataHome, "/home/ann/.local/share");
 
-    SyntheticTree t("/");
-    t.addFolder("fast/cache/thumbnails");
-    t.addFolder("fast/cache/pip");
-    t.addFolder("home/ann/.cache/thumbnails"); // not the cache folder any more
+    JunkTree t("/");
+    t.add("fast/cache/thumbnails/");
+    t.add("home/ann/.cache/thumbnails/"); // not the cache folder any more
     JunkClassifier c = classifier(kHome);
     c.places = p;
-    const std::vector<std::string> expected = {
-        "/fast/cache/thumbnails thumbnails High",
-        "/fast/cache/pip developerCaches Medium",
-    };
-    EXPECT_EQ(described(c.classify(*t.root())), expected);
+    EXPECT_EQ(described(c.classify(*t.root())),
+              std::vector<std::string>{"/fast/cache/thumbnails thumbnails High"});
 }
 
-TEST(LinuxRules, BothRuleSetsRunOnOneTree) {
-    SyntheticTree t("/home/ann");
-    t.add("Library/Logs/system.log.0", kNow);
-    t.addFolder(".cache/thumbnails");
-    const auto items = classifier(kHome).classify(*t.root());
-    ASSERT_EQ(items.size(), 2u);
-    EXPECT_EQ(items[0].category, JunkCategory::appLogs);
-    EXPECT_EQ(items[1].category, JunkCategory::thumbnails);
-    // Items keep the tree alive on their own.
-    EXPECT_EQ(items[1].node->url(), "/home/ann/.cache/thumbnails");
+// Which folders of uninstalled applications are listed, with the platform's answers
+// faked per identifier.
+TEST(LinuxRules, LeftoversOfUninstalledApplications) {
+    JunkTree t(kHome);
+    for (const char* path :
+         {".var/app/org.native.App/", ".var/app/org.flat.App/", ".var/app/org.gone.App/",
+          ".config/org.native.App/", ".config/org.gone.App/", ".config/gtk-3.0/",
+          ".config/org.gone.App.conf", ".local/share/org.flat.App/", ".local/share/org.gone.App/"})
+        t.add(path);
+    t.add(".cache/org.gone.App/", kNow);
+    t.add(".cache/org.gone.App.x86_64", kNow); // a file, whatever its name says
+
+    const std::map<std::string, Installation> installed = {
+        {"org.native.App", Installation::desktopEntry}, {"org.flat.App", Installation::flatpak}};
+    std::vector<std::string> asked;
+    const auto orphans = JunkClassifier::findOrphans(
+        JunkClassifier::candidateBundleIDs(*t.root(), JunkPlaces::forHome(kHome)),
+        [&](const std::string& id) {
+            asked.push_back(id);
+            return installed.count(id) ? installed.at(id) : Installation::none;
+        });
+    EXPECT_EQ(asked, (std::vector<std::string>{"org.native.App", "org.flat.App", "org.gone.App"}));
+
+    const std::string gone = " orphanedAppSupport Orphaned";
+    const std::vector<std::string> expected = {
+        kHome + "/.cache/org.gone.App" + gone, kHome + "/.var/app/org.native.App" + gone,
+        kHome + "/.var/app/org.gone.App" + gone, kHome + "/.config/org.gone.App" + gone,
+        kHome + "/.local/share/org.gone.App" + gone};
+    EXPECT_EQ(described(classifier(kHome, orphans).classify(*t.root())), expected);
 }
 
 } // namespace
-} // namespace ringfold
+} // namespace ringfold::test
