@@ -49,8 +49,7 @@ class SystemJunkPanelStateTest : public QObject {
 private slots:
     void sortsByEveryColumnStartingInItsOwnDirection() {
         Fixture f;
-        Panel panel; // size, descending
-        QCOMPARE(f.shown(panel), (Names{"C.log.2", "b.log.1", "a.log", ".h.log.3"}));
+        Panel panel;
         const std::pair<JunkSortKey, Names> clicks[] = {
             {JunkSortKey::name, {".h.log.3", "C.log.2", "a.log", "b.log.1"}}, // code points
             {JunkSortKey::name, {"b.log.1", "a.log", "C.log.2", ".h.log.3"}},
@@ -64,35 +63,34 @@ private slots:
         }
     }
 
-    void headerAndGroupCheckboxes() {
+    void headerGroupAndItemCheckboxes() {
         Fixture f;
         QCOMPARE(f.header(), CheckState::off);
+        const Panel::Group onlyHidden{JunkCategory::appLogs, {f.groups[0].items[3]}};
+        QVERIFY(!Panel::groupChecked(onlyHidden, f.list)); // nothing to tick: never on
         Panel::clickGroupCheckbox(f.groups[1], f.list);
-        QVERIFY(Panel::groupChecked(f.groups[1], f.list));
-        QVERIFY(!Panel::groupChecked(f.groups[0], f.list));
+        QVERIFY(Panel::groupChecked(f.groups[1], f.list) &&
+                !Panel::groupChecked(f.groups[0], f.list));
         QCOMPARE(f.header(), CheckState::mixed);
         Panel::clickHeaderCheckbox(f.groups, f.list); // mixed: add the rest, never hidden
         QCOMPARE(f.listed(), (Names{"x", "y", "b.log.1", "a.log", "C.log.2"}));
+        QCOMPARE(f.header(), CheckState::on); // the hidden item does not count ...
+        const JunkItem& hidden = f.groups[0].items[3];
+        Panel::clickItemCheckbox(hidden, f.list);
+        QVERIFY(!f.list.contains(*hidden.node));
+        f.store.setAllowDeletingHiddenFiles(true);
+        QCOMPARE(f.header(), CheckState::mixed); // ... until it may be deleted
+        QVERIFY(!Panel::groupChecked(f.groups[0], f.list));
+        Panel::clickItemCheckbox(hidden, f.list);
         QCOMPARE(f.header(), CheckState::on);
         Panel::clickHeaderCheckbox(f.groups, f.list); // on: remove all
         QVERIFY(f.list.isEmpty());
-        // A group whose only item is hidden (and not allowed) is never on.
-        const Panel::Group onlyHidden{JunkCategory::appLogs, {f.groups[0].items[3]}};
-        Panel::clickGroupCheckbox(onlyHidden, f.list);
-        QVERIFY(!Panel::groupChecked(onlyHidden, f.list) && f.list.isEmpty());
-    }
 
-    void hiddenItemsCountOnlyWhileTheSettingAllowsThem() {
-        Fixture f;
-        const JunkItem& hidden = f.groups[0].items[3];
-        Panel::clickItemCheckbox(hidden, f.list);
-        QVERIFY(f.list.isEmpty());
-        f.store.setAllowDeletingHiddenFiles(true);
-        Panel::clickHeaderCheckbox(f.groups, f.list);
-        QCOMPARE(f.list.count(), std::size_t(5));
-        QCOMPARE(f.header(), CheckState::mixed); // until the hidden one is ticked by hand
-        Panel::clickItemCheckbox(hidden, f.list);
-        QCOMPARE(f.header(), CheckState::on);
+        // The header's total and the groups' counts.
+        const QString amount = QString::fromStdString(formatByteCount(2'500'000));
+        QVERIFY(Panel::foundSummary(2'500'000).startsWith("Found **" + amount + "** of "));
+        QCOMPARE(Panel::itemCountLabel(1), QStringLiteral("1 item"));
+        QCOMPARE(Panel::itemCountLabel(0), QStringLiteral("0 items"));
     }
 
     void shiftClickAddsTheDisplayedRange() {
@@ -110,13 +108,6 @@ private slots:
         panel.clickItemRow(f.groups[1].items[0], f.groups[1], true, f.list);
         panel.clickItemRow(g.items[0], g, true, f.list);
         QCOMPARE(f.listed(), (Names{"a.log", "C.log.2", "x"}));
-    }
-
-    void texts() {
-        const QString amount = QString::fromStdString(formatByteCount(2'500'000));
-        QVERIFY(Panel::foundSummary(2'500'000).startsWith("Found **" + amount + "** of "));
-        QCOMPARE(Panel::itemCountLabel(1), QStringLiteral("1 item"));
-        QCOMPARE(Panel::itemCountLabel(0), QStringLiteral("0 items"));
     }
 };
 

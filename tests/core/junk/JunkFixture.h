@@ -6,13 +6,22 @@
 
 #include <algorithm>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 namespace ringfold::test {
 
 inline constexpr Timestamp kNow = 1'700'000'000;
 inline constexpr Timestamp kDay = 86400;
+
+/// The whitespace-separated words of a text (paths without spaces, listed compactly).
+inline std::vector<std::string> words(std::string_view text) {
+    std::vector<std::string> out;
+    for (std::size_t end = 0, start; (start = text.find_first_not_of(" \n", end)) != text.npos;) {
+        end = std::min(text.find_first_of(" \n", start), text.size());
+        out.emplace_back(text.substr(start, end - start));
+    }
+    return out;
+}
 
 struct JunkTree : MemoryTree {
     explicit JunkTree(const std::string& path) : MemoryTree(path.substr(path.rfind('/') + 1)) {
@@ -29,27 +38,27 @@ struct JunkTree : MemoryTree {
         return folder ? MemoryTree::folder(parent, rel.substr(slash + 1), options)
                       : file(parent, rel.substr(slash + 1), size, options);
     }
+    /// Each word of `entries` below `under`: a path as for `add`, undated, or followed
+    /// by "@" and its age in days.
+    void addAll(std::string_view entries, const std::string& under = "") {
+        for (const std::string& entry : words(entries)) {
+            const std::size_t at = entry.find('@');
+            add(under + entry.substr(0, at),
+                at == entry.npos
+                    ? std::nullopt
+                    : std::optional(kNow - Timestamp(std::stod(entry.substr(at + 1)) * kDay)));
+        }
+    }
 };
 
-/// The whitespace-separated words of a text (paths without spaces, listed compactly).
-inline std::vector<std::string> words(std::string_view text) {
-    std::vector<std::string> out;
-    for (std::size_t end = 0, start; (start = text.find_first_not_of(" \n", end)) != text.npos;) {
-        end = std::min(text.find_first_of(" \n", start), text.size());
-        out.emplace_back(text.substr(start, end - start));
-    }
-    return out;
-}
-
-/// The names of nodes or of junk items' nodes.
+/// The names of nodes, or of junk items' nodes.
 template <typename Range> std::vector<std::string> names(const Range& range) {
     std::vector<std::string> out;
-    for (const auto& entry : range) {
-        if constexpr (std::is_same_v<std::decay_t<decltype(entry)>, JunkItem>)
+    for (const auto& entry : range)
+        if constexpr (requires { entry.node; })
             out.emplace_back(entry.node->name());
         else
             out.emplace_back(entry->name());
-    }
     return out;
 }
 
@@ -57,8 +66,6 @@ inline JunkClassifier classifier(const std::string& home, JunkClassifier::Orphan
     JunkClassifier c;
     c.places = JunkPlaces::forHome(home);
     c.now = kNow;
-    c.diagnosticReportsMaxAge = JunkClassifier::daysToSeconds(30);
-    c.cachesDerivedDataMaxAge = JunkClassifier::daysToSeconds(14);
     c.orphans = std::move(orphans);
     return c;
 }
