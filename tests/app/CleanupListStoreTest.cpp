@@ -1,11 +1,12 @@
-// The cleanup list over a real scanned tree:
-//   Volumes/Data/a, Volumes/Data/sub/b, Volumes/DataBackup/b, Volumes/.hidden,
-//   Volumes/photo.nextcloud (a cloud placeholder), Volumes/synced.bin
+// The cleanup list over two real scans of one fixture:
+//   Data/a, Data/sub/b, .hidden, photo.nextcloud (a cloud placeholder), synced.bin
 
 #include "app/stores/CleanupListStore.h"
 #include "app/stores/SettingsStore.h"
+#include "core/model/Tree.h"
 
 #include "AppTestSupport.h"
+#include "support/FixtureTree.h"
 
 #include <QSettings>
 #include <QSignalSpy>
@@ -13,43 +14,43 @@
 #include <QTest>
 
 using namespace ringfold;
-using apptest::findShared;
+using S = CleanupListStore::SelectionState;
 
 class CleanupListStoreTest : public QObject {
     Q_OBJECT
 
+    test::FixtureTree m_fx;
     QTemporaryDir m_dir;
     std::unique_ptr<QSettings> m_qsettings;
     std::unique_ptr<SettingsStore> m_settings;
     NodePtr m_root;
 
-    NodePtr node(const char* relative) {
-        NodePtr n = findShared(m_root, QString::fromLatin1(relative));
+    NodePtr node(const char* relative, const NodePtr& root = {}) {
+        NodePtr n = apptest::findShared(root ? root : m_root, QString::fromLatin1(relative));
         if (!n)
             qFatal("fixture node %s missing", relative);
         return n;
     }
-
-    QStringList itemNames(const CleanupListStore& store) {
+    static QStringList names(const CleanupListStore& store) {
         QStringList out;
         for (const NodePtr& n : store.items())
             out << QString::fromStdString(std::string(n->name()));
         return out;
     }
+    NodePtr scan() { return apptest::scanFolder(QString::fromStdString(m_fx.root()))->root; }
 
 private slots:
+    void initTestCase() {
+        m_fx.writeFiles({{"Data/a", 8192},
+                         {"Data/sub/b", 4096},
+                         {".hidden", 100},
+                         {"photo.nextcloud", 0},
+                         {"synced.bin", 12288}});
+    }
+
     void init() {
-        QVERIFY(apptest::writeFile(m_dir.filePath("Volumes/Data/a"), 8192));
-        QVERIFY(apptest::writeFile(m_dir.filePath("Volumes/Data/sub/b"), 4096));
-        QVERIFY(apptest::writeFile(m_dir.filePath("Volumes/DataBackup/b"), 4096));
-        QVERIFY(apptest::writeFile(m_dir.filePath("Volumes/.hidden"), 100));
-        QVERIFY(apptest::writeFile(m_dir.filePath("Volumes/photo.nextcloud"), 0));
-        QVERIFY(apptest::writeFile(m_dir.filePath("Volumes/synced.bin"), 12288));
-        auto result = apptest::scanFolder(m_dir.path());
-        QVERIFY(result);
-        m_root = result->root;
-        m_qsettings =
-            std::make_unique<QSettings>(m_dir.filePath("settings.conf"), QSettings::IniFormat);
+        m_root = scan();
+        m_qsettings = std::make_unique<QSettings>(m_dir.filePath("s.conf"), QSettings::IniFormat);
         m_qsettings->clear();
         m_settings = std::make_unique<SettingsStore>(m_qsettings.get());
     }
@@ -58,28 +59,20 @@ private slots:
         CleanupListStore store(m_settings.get());
         QSignalSpy items(&store, &CleanupListStore::itemsChanged);
         QSignalSpy ids(&store, &CleanupListStore::includedIDsChanged);
-        const NodePtr a = node("Volumes/Data/a");
-        const NodePtr b = node("Volumes/DataBackup/b");
-
-        store.add(a);
-        store.add(a);
-        store.add(a->shared()); // another reference to the same node
-        store.add(b);
-        QCOMPARE(itemNames(store), (QStringList{"a", "b"}));
+        const NodePtr a = node("Data/a");
+        for (const NodePtr& n : {a, a->shared(), node("synced.bin")})
+            store.add(n);
+        QCOMPARE(names(store), (QStringList{"a", "synced.bin"}));
         QCOMPARE(store.includedIDs().size(), std::size_t(2));
         QCOMPARE(items.count(), 2);
         QCOMPARE(ids.count(), 2);
 
-        store.remove(*node("Volumes/Data/sub/b")); // not listed: no notification
-        QCOMPARE(items.count(), 2);
-        QCOMPARE(ids.count(), 2);
-
+        store.remove(*node("Data/sub/b")); // not listed: no notification
+        QCOMPARE(items.count() + ids.count(), 4);
         store.toggle(a);
-        QCOMPARE(itemNames(store), QStringList{"b"});
         QVERIFY(!store.contains(*a));
         store.toggle(a);
-        QCOMPARE(itemNames(store), (QStringList{"b", "a"}));
-        QVERIFY(store.contains(a->id()));
+        QCOMPARE(names(store), (QStringList{"synced.bin", "a"}));
 
         store.clear();
         QVERIFY(store.isEmpty() && store.includedIDs().empty());
@@ -88,114 +81,79 @@ private slots:
         QCOMPARE(items.count(), before);
     }
 
-    void hiddenItemsNeedTheSetting() {
+    void hiddenItemsNeedTheSettingButAreNeverPreselected() {
         CleanupListStore store(m_settings.get());
-        const NodePtr hidden = node("Volumes/.hidden");
-        QVERIFY(hidden->isHidden());
-        QVERIFY(!store.canAdd(*hidden));
-        store.add(hidden);
+        const NodePtr hidden = node(".hidden");
         store.toggle(hidden);
-        QVERIFY(store.isEmpty());
+        QVERIFY(store.isEmpty() && !store.canAdd(*hidden));
+        QVERIFY(store.selectionState({hidden.get()}) == S::off); // not eligible
 
         m_settings->setAllowDeletingHiddenFiles(true);
-        QVERIFY(store.canAdd(*hidden));
-        store.toggle(hidden);
-        QCOMPARE(itemNames(store), QStringList{".hidden"});
-
-        CleanupListStore withoutSettings;
-        withoutSettings.add(hidden);
-        QVERIFY(withoutSettings.isEmpty());
-    }
-
-    void preselectionSkipsHiddenAndListedNodes() {
-        m_settings->setAllowDeletingHiddenFiles(true); // pre-selection ignores the setting
-        CleanupListStore store(m_settings.get());
-        store.add(node("Volumes/Data/a"));
+        store.add(node("Data/a"));
         QSignalSpy items(&store, &CleanupListStore::itemsChanged);
-        store.addPreselected({node("Volumes/.hidden"), node("Volumes/Data/a"),
-                              node("Volumes/synced.bin"), node("Volumes/synced.bin")});
-        QCOMPARE(itemNames(store), (QStringList{"a", "synced.bin"}));
+        store.addPreselected({hidden, node("Data/a"), node("synced.bin"), node("synced.bin")});
+        QCOMPARE(names(store), (QStringList{"a", "synced.bin"}));
         QCOMPARE(items.count(), 1);
-        store.addPreselected({node("Volumes/Data/a")});
-        QCOMPARE(items.count(), 1);
+        store.toggle(hidden);
+        QCOMPARE(names(store), (QStringList{"a", "synced.bin", ".hidden"}));
     }
 
     void totalsFollowCloudStatus() {
         CleanupListStore store(m_settings.get());
-        const NodePtr placeholder = node("Volumes/photo.nextcloud");
+        const NodePtr placeholder = node("photo.nextcloud");
         QVERIFY(placeholder->cloudStatus() == CloudStatus::cloudPlaceholder);
-        placeholder->setLogicalSize(500); // the placeholder stands for 500 bytes in the cloud
-        const NodePtr synced = node("Volumes/synced.bin");
-        synced->setCloudStatus(CloudStatus::cloudDownloaded);
-        const NodePtr a = node("Volumes/Data/a");
-
+        placeholder->setLogicalSize(500); // stands for 500 bytes in the cloud
         store.add(placeholder);
-        QCOMPARE(store.trashTotal(), 0);
-        QCOMPARE(store.removeDownloadTotal(), 0);
+        QCOMPARE(store.trashTotal() + store.removeDownloadTotal(), 0);
         QCOMPARE(store.moveCopyTotal(), 500);
 
+        const NodePtr synced = node("synced.bin");
+        synced->setCloudStatus(CloudStatus::cloudDownloaded);
+        const NodePtr a = node("Data/a");
         store.add(synced);
         store.add(a);
         QCOMPARE(store.trashTotal(), synced->allocatedSize() + a->allocatedSize());
         QCOMPARE(store.removeDownloadTotal(), synced->allocatedSize());
         QCOMPARE(store.moveCopyTotal(), 500 + 12288 + 8192);
-        QVERIFY(synced->allocatedSize() >= 12288);
     }
 
-    void removeItemsUnderAPathStopsAtTheSeparator() {
+    void removingATreesItemsKeepsOtherTreesAtTheSamePaths() {
         CleanupListStore store(m_settings.get());
-        store.add(node("Volumes/DataBackup/b"));
-        store.add(node("Volumes/Data/a"));
-        store.add(node("Volumes/synced.bin"));
-        store.add(node("Volumes/Data/sub/b"));
-        store.add(node("Volumes/Data"));
+        NodePtr other = scan();
+        store.add(node("Data/sub/b"));
+        store.add(node("Data/a", other));
+        store.add(node("Data", m_root));
+        store.add(node("synced.bin", other));
         QSignalSpy items(&store, &CleanupListStore::itemsChanged);
-
-        const std::string data = m_dir.filePath("Volumes/Data").toStdString();
-        store.removeItems(data + "/sub/../");
-        QCOMPARE(itemNames(store), (QStringList{"b", "synced.bin"}));
-        QCOMPARE(store.items().front()->url(),
-                 m_dir.filePath("Volumes/DataBackup/b").toStdString());
+        store.removeItems(m_root->tree());
+        QCOMPARE(names(store), (QStringList{"a", "synced.bin"}));
         QCOMPARE(store.includedIDs().size(), std::size_t(2));
-        QVERIFY(!store.contains(*node("Volumes/Data/a")));
+        QCOMPARE(items.count(), 1);
+        store.removeItems(m_root->tree()); // nothing left of it
         QCOMPARE(items.count(), 1);
 
-        store.removeItems(m_dir.filePath("Volumes/Dat").toStdString()); // a prefix, not a folder
-        QCOMPARE(items.count(), 1);
-        QCOMPARE(store.count(), std::size_t(2));
-
-        store.removeItems(m_dir.path().toStdString());
-        QVERIFY(store.isEmpty() && store.includedIDs().empty());
+        // Listed nodes keep their tree alive after everyone else let go of it.
+        std::weak_ptr<FileNode> watch = other;
+        other.reset();
+        QVERIFY(!watch.expired());
+        QCOMPARE(store.items().front()->url(), m_fx.fullPath("Data/a"));
+        store.clear();
+        QVERIFY(watch.expired());
     }
 
     void selectionStateOfAGroup() {
         CleanupListStore store(m_settings.get());
-        const NodePtr a = node("Volumes/Data/a");
-        const NodePtr b = node("Volumes/DataBackup/b");
-        const NodePtr hidden = node("Volumes/.hidden");
-        using S = CleanupListStore::SelectionState;
+        const NodePtr a = node("Data/a");
+        const NodePtr b = node("Data/sub/b");
+        const std::vector<FileNode*> group{a.get(), b.get(), node(".hidden").get()};
         QVERIFY(store.selectionState({}) == S::off);
-        QVERIFY(store.selectionState({a.get(), b.get(), hidden.get()}) == S::off);
+        QVERIFY(store.selectionState(group) == S::off);
         store.add(a);
-        QVERIFY(store.selectionState({a.get(), b.get(), hidden.get()}) == S::mixed);
+        QVERIFY(store.selectionState(group) == S::mixed);
         store.add(b);
-        // The hidden node is not eligible while hidden items are locked.
-        QVERIFY(store.selectionState({a.get(), b.get(), hidden.get()}) == S::on);
-        QVERIFY(store.selectionState({hidden.get()}) == S::off);
+        QVERIFY(store.selectionState(group) == S::on); // the hidden node is not eligible
         m_settings->setAllowDeletingHiddenFiles(true);
-        QVERIFY(store.selectionState({a.get(), b.get(), hidden.get()}) == S::mixed);
-    }
-
-    void listedNodesOutliveTheirTree() {
-        CleanupListStore store(m_settings.get());
-        store.add(node("Volumes/Data/sub/b"));
-        std::weak_ptr<FileNode> watch = m_root;
-        m_root.reset();
-        QVERIFY(!watch.expired());
-        QCOMPARE(QString::fromStdString(store.items().front()->url()),
-                 m_dir.filePath("Volumes/Data/sub/b"));
-        store.clear();
-        QVERIFY(watch.expired());
+        QVERIFY(store.selectionState(group) == S::mixed);
     }
 };
 
