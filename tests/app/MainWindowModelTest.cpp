@@ -1,0 +1,230 @@
+// The main window's decisions without widgets, on a real scan of a fixture home folder
+// registered as a favourite:
+//   home/.cache/thumbnails/t.png (high-confidence junk), home/Music/a.mp3,
+//   home/docs/notes.md, home/docs/b.pdf, home/big.bin
+// Trashed items land in the fixture's own home trash ("data").
+
+#include "app/window/MainWindowModel.h"
+#include "app/coordination/AppState.h"
+#include "app/coordination/ScanCoordinator.h"
+#include "app/viewmodels/BiggestFilesViewModel.h"
+#include "app/viewmodels/CategoriesViewModel.h"
+#include "app/viewmodels/FileListViewModel.h"
+#include "app/viewmodels/SystemJunkViewModel.h"
+
+#include "AppTestSupport.h"
+#include "support/FixtureTree.h"
+
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <ctime>
+
+using namespace ringfold;
+using Sheet = MainWindowModel::Sheet;
+using Operation = MainWindowModel::Operation;
+
+namespace {
+
+QStringList names(const std::vector<NodePtr>& nodes) {
+    QStringList out;
+    for (const NodePtr& n : nodes)
+        out << QString::fromStdString(std::string(n->name()));
+    return out;
+}
+
+} // namespace
+
+class MainWindowModelTest : public QObject {
+    Q_OBJECT
+
+    test::FixtureTree m_fx;
+    std::unique_ptr<QTemporaryDir> m_state;
+    std::unique_ptr<QSettings> m_settings;
+    std::unique_ptr<AppState> m_app;
+    std::unique_ptr<MainWindowModel> m_window;
+
+    NodePtr node(const char* relative) {
+        return apptest::findShared(m_app->chart().rootNode(), QString::fromLatin1(relative));
+    }
+    // Selects the home folder and waits for its tree and its junk classification.
+    bool showHome() {
+        m_app->sidebar().setSelectedSourceID(m_app->sidebar().favorites().back().id);
+        return QTest::qWaitFor(
+            [this] { return m_app->chart().rootNode() && !m_window->systemJunk().isClassifying(); },
+            20000);
+    }
+
+private slots:
+    void initTestCase() {
+        m_fx.makeFolder("data");
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_fx.fullPath("data")));
+    }
+
+    void init() {
+        // Written afresh for every test: the trash test takes some away.
+        m_fx.writeFiles({{"home/.cache/thumbnails/t.png", 4096},
+                         {"home/Music/a.mp3", 300000},
+                         {"home/docs/notes.md", 20000},
+                         {"home/docs/b.pdf", 50000},
+                         {"home/big.bin", 100000},
+                         {"mountinfo", 0}});
+        m_state = std::make_unique<QTemporaryDir>();
+        m_settings = std::make_unique<QSettings>(m_state->filePath("s.conf"), QSettings::IniFormat);
+        AppState::Options options;
+        options.favoritesStore =
+            std::make_unique<FavoritesStore>(m_state->filePath("favorites.json"));
+        options.sidebar.mountInfoPath = m_fx.fullPath("mountinfo");
+        options.sidebar.watchVolumes = false;
+        options.settings = m_settings.get();
+        m_app = std::make_unique<AppState>(std::move(options));
+        m_app->sidebar().addFavorite(m_fx.fullPath("home"));
+
+        const std::string home = m_fx.fullPath("home");
+        MainWindowModel::Options window;
+        window.systemJunk = std::make_unique<SystemJunkViewModel>(
+            [](std::vector<std::string>) {
+                return QtFuture::makeReadyFuture(SystemJunkViewModel::IDSet{});
+            },
+            [home] { return JunkPlaces::forHome(home); },
+            [] { return Timestamp(std::time(nullptr)); });
+        m_window = std::make_unique<MainWindowModel>(*m_app, std::move(window));
+        m_window->coordinator().setDiagnostics(nullptr);
+        m_window->start();
+    }
+
+    void cleanup() {
+        m_window.reset();
+        m_app.reset();
+    }
+
+    void aNewRootRebuildsThePanelsAndSettingsRebuildTheirOwn() {
+        QVERIFY(m_window->showsDriveGallery());
+        m_app->sidebar().setSelectedSourceID(m_app->sidebar().favorites().back().id);
+        QVERIFY(m_window->showsScanOverlay() && !m_window->showsDriveGallery());
+        QVERIFY(showHome());
+        QVERIFY(!m_window->showsScanOverlay());
+
+        QStringList biggest;
+        for (const auto& entry : m_window->biggestFiles().entries())
+            biggest << QString::fromStdString(std::string(entry.node->name()));
+        QCOMPARE(biggest, (QStringList{"a.mp3", "big.bin", "b.pdf", "notes.md", "t.png"}));
+        QCOMPARE(m_window->categories().summaries().front().category, FileCategory::audio);
+        QCOMPARE(m_window->fileList().displayRows().front()->name(), std::string_view("Music"));
+        QCOMPARE(m_window->systemJunk().groups().size(), std::size_t(1));
+        QCOMPARE(names(m_app->cleanupList().items()), QStringList{"thumbnails"}); // pre-selected
+
+        QSignalSpy categories(&m_window->categories(), &CategoriesViewModel::summariesChanged);
+        QSignalSpy rows(&m_window->fileList(), &FileListViewModel::displayRowsChanged);
+        m_app->settings().setBiggestFilesLimit(1);
+        QCOMPARE(m_window->biggestFiles().entries().size(), std::size_t(1));
+        m_app->settings().setSortFoldersToTop(false);
+        QCOMPARE(m_window->fileList().displayRows()[1]->name(), std::string_view("big.bin"));
+        QCOMPARE(categories.count() + rows.count(), 1);
+
+        m_window->showDriveGallery();
+        QVERIFY(!m_app->chart().rootNode() && m_window->showsDriveGallery());
+        QVERIFY(m_window->biggestFiles().entries().empty() &&
+                m_window->categories().summaries().empty() &&
+                m_window->systemJunk().groups().empty() &&
+                m_window->fileList().displayRows().empty());
+    }
+
+    void fileOperationResultsArriveLaterAndRefreshInOrder() {
+        QVERIFY(showHome());
+        QStringList order;
+        FileListViewModel* list = &m_window->fileList();
+        connect(list, &FileListViewModel::revisionChanged, this, [&] { order << "revision"; });
+        connect(list, &FileListViewModel::displayRowsChanged, this, [&] { order << "rows"; });
+        connect(&m_window->biggestFiles(), &BiggestFilesViewModel::entriesChanged, this,
+                [&] { order << "biggest"; });
+        connect(&m_window->categories(), &CategoriesViewModel::summariesChanged, this,
+                [&] { order << "categories"; });
+        m_app->cleanupList().add(node("big.bin"));
+        m_app->cleanupList().add(node("docs/b.pdf"));
+        m_fx.remove("home/docs/b.pdf"); // gone behind the tree's back: its trash fails
+
+        m_window->requestTrashOfCleanupList();
+        QVERIFY(m_window->activeSheet() && m_window->activeSheet()->kind == Sheet::Kind::trash);
+        QCOMPARE(names(m_window->activeSheet()->nodes),
+                 (QStringList{"thumbnails", "big.bin", "b.pdf"}));
+        m_window->confirmTrash();
+        QVERIFY(!m_window->activeSheet());
+        QVERIFY(!node("big.bin") &&
+                !QFile::exists(QString::fromStdString(m_fx.fullPath("home/big.bin"))));
+        QVERIFY(order.isEmpty() && !m_window->showingErrorAlert());
+
+        QTRY_VERIFY(m_window->showingErrorAlert());
+        QCOMPARE(order, (QStringList{"revision", "rows", "biggest", "categories"}));
+        QCOMPARE(m_window->errorAlertMessage(), QStringLiteral("b.pdf: No such file or directory"));
+        QCOMPARE(names(m_app->cleanupList().items()), QStringList{"b.pdf"});
+        QVERIFY(!m_window->coffeeMomentBytes());
+        m_window->dismissErrorAlert();
+        QVERIFY(!m_window->showingErrorAlert());
+    }
+
+    void coffeeMomentOncePerLaunchFromOneGiB() {
+        constexpr std::int64_t GiB = MainWindowModel::kCoffeeMomentBytes;
+        struct Case {
+            Operation operation;
+            bool reportsReclaimed;
+            std::int64_t bytes;
+            std::optional<std::int64_t> shown;
+        };
+        for (const Case& c : std::initializer_list<Case>{
+                 {Operation::trash, true, GiB - 1, std::nullopt},
+                 {Operation::removeDownload, false, 2 * GiB, std::nullopt}, // a row's
+                 {Operation::trash, true, GiB, GiB},
+                 {Operation::trash, true, 3 * GiB, std::nullopt}, // once per launch
+             }) {
+            m_window->dismissCoffeeMoment();
+            MainWindowModel::OperationResult result{c.operation, {}, c.reportsReclaimed};
+            result.outcome.reclaimedBytes = c.bytes;
+            emit m_window->operationFinished(result);
+            QVERIFY(!m_window->coffeeMomentBytes()); // applied on a later turn
+            QCoreApplication::processEvents();
+            QCOMPARE(m_window->coffeeMomentBytes(), c.shown);
+        }
+    }
+
+    void sheetsSelectionAndCommands() {
+        QVERIFY(showHome());
+        const NodePtr big = node("big.bin");
+        m_window->requestTrash(node(".cache")); // hidden, and hidden items are locked
+        QVERIFY(!m_window->activeSheet());
+        m_window->setSelectedNode(big);
+        m_window->deleteCommand();
+        QCOMPARE(names(m_window->activeSheet()->nodes), (QStringList{"thumbnails", "big.bin"}));
+        m_window->requestMove(big);
+        QVERIFY(m_window->activeSheet()->kind == Sheet::Kind::move);
+        m_window->confirmTrash(); // not a trash sheet: nothing happens
+        QCOMPARE(names(m_window->confirmMove()), QStringList{"big.bin"});
+        QVERIFY(!m_window->activeSheet() && m_window->confirmMove().empty());
+        m_window->showInfoForSelection();
+        QVERIFY(m_window->activeSheet()->kind == Sheet::Kind::itemInfo);
+        m_window->dismissSheet();
+
+        const NodePtr oldRoot = m_app->chart().rootNode();
+        m_window->rescanSelectedSource(); // a new tree: the selection belonged to the old one
+        QTRY_VERIFY(m_app->chart().rootNode() && m_app->chart().rootNode() != oldRoot);
+        QVERIFY(!m_window->selectedNode());
+
+        m_window->scanStartupDiskForJunk();
+        QVERIFY(m_window->activePanel() == MainWindowModel::Panel::systemJunk);
+        QCOMPARE(m_app->sidebar().scanningSourceID(),
+                 std::optional<Uuid>(m_app->sidebar().thisComputer().id));
+        m_window->cancelScan();
+        QVERIFY(m_window->showsDriveGallery() && !m_window->showsScanOverlay());
+        QVERIFY(!m_app->chart().rootNode());
+
+        QVERIFY(showHome());
+        m_app->resetFileData();
+        QVERIFY(m_window->showsDriveGallery() && m_app->cleanupList().isEmpty());
+        QTRY_VERIFY(!m_window->coordinator().hasPendingScans());
+    }
+};
+
+QTEST_GUILESS_MAIN(MainWindowModelTest)
+#include "MainWindowModelTest.moc"
