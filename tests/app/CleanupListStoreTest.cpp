@@ -23,21 +23,19 @@ class CleanupListStoreTest : public QObject {
     QTemporaryDir m_dir;
     std::unique_ptr<QSettings> m_qsettings;
     std::unique_ptr<SettingsStore> m_settings;
+    std::unique_ptr<CleanupListStore> m_store;
     NodePtr m_root;
 
+    NodePtr scan() { return apptest::scanFolder(QString::fromStdString(m_fx.root()))->root; }
     NodePtr node(const char* relative, const NodePtr& root = {}) {
-        NodePtr n = apptest::findShared(root ? root : m_root, QString::fromLatin1(relative));
-        if (!n)
-            qFatal("fixture node %s missing", relative);
-        return n;
+        return apptest::findShared(root ? root : m_root, QString::fromLatin1(relative));
     }
-    static QStringList names(const CleanupListStore& store) {
+    QStringList names() const {
         QStringList out;
-        for (const NodePtr& n : store.items())
+        for (const NodePtr& n : m_store->items())
             out << QString::fromStdString(std::string(n->name()));
         return out;
     }
-    NodePtr scan() { return apptest::scanFolder(QString::fromStdString(m_fx.root()))->root; }
 
 private slots:
     void initTestCase() {
@@ -53,107 +51,88 @@ private slots:
         m_qsettings = std::make_unique<QSettings>(m_dir.filePath("s.conf"), QSettings::IniFormat);
         m_qsettings->clear();
         m_settings = std::make_unique<SettingsStore>(m_qsettings.get());
+        m_store = std::make_unique<CleanupListStore>(m_settings.get());
     }
 
-    void addRemoveAndToggleKeepItemsAndIdsInStep() {
-        CleanupListStore store(m_settings.get());
-        QSignalSpy items(&store, &CleanupListStore::itemsChanged);
-        QSignalSpy ids(&store, &CleanupListStore::includedIDsChanged);
+    void addRemoveToggleAndPreselectKeepItemsAndIdsInStep() {
+        QSignalSpy items(m_store.get(), &CleanupListStore::itemsChanged);
+        QSignalSpy ids(m_store.get(), &CleanupListStore::includedIDsChanged);
         const NodePtr a = node("Data/a");
         for (const NodePtr& n : {a, a->shared(), node("synced.bin")})
-            store.add(n);
-        QCOMPARE(names(store), (QStringList{"a", "synced.bin"}));
-        QCOMPARE(store.includedIDs().size(), std::size_t(2));
-        QCOMPARE(items.count(), 2);
-        QCOMPARE(ids.count(), 2);
-
-        store.remove(*node("Data/sub/b")); // not listed: no notification
+            m_store->add(n);
+        QCOMPARE(names(), (QStringList{"a", "synced.bin"}));
+        QCOMPARE(m_store->includedIDs().size(), std::size_t(2));
+        m_store->remove(*node("Data/sub/b")); // not listed: no notification
         QCOMPARE(items.count() + ids.count(), 4);
-        store.toggle(a);
-        QVERIFY(!store.contains(*a));
-        store.toggle(a);
-        QCOMPARE(names(store), (QStringList{"synced.bin", "a"}));
+        m_store->toggle(a);
+        m_store->toggle(a);
+        QCOMPARE(names(), (QStringList{"synced.bin", "a"}));
 
-        store.clear();
-        QVERIFY(store.isEmpty() && store.includedIDs().empty());
-        const int before = items.count();
-        store.clear();
-        QCOMPARE(items.count(), before);
-    }
-
-    void hiddenItemsNeedTheSettingButAreNeverPreselected() {
-        CleanupListStore store(m_settings.get());
+        // Hidden nodes need the setting, except that the pre-selection never takes them.
         const NodePtr hidden = node(".hidden");
-        store.toggle(hidden);
-        QVERIFY(store.isEmpty() && !store.canAdd(*hidden));
-        QVERIFY(store.selectionState({hidden.get()}) == S::off); // not eligible
-
+        m_store->toggle(hidden);
+        QVERIFY(!m_store->canAdd(*hidden) && m_store->count() == 2);
         m_settings->setAllowDeletingHiddenFiles(true);
-        store.add(node("Data/a"));
-        QSignalSpy items(&store, &CleanupListStore::itemsChanged);
-        store.addPreselected({hidden, node("Data/a"), node("synced.bin"), node("synced.bin")});
-        QCOMPARE(names(store), (QStringList{"a", "synced.bin"}));
-        QCOMPARE(items.count(), 1);
-        store.toggle(hidden);
-        QCOMPARE(names(store), (QStringList{"a", "synced.bin", ".hidden"}));
+        m_store->addPreselected({hidden, a, node("Data/sub/b"), node("Data/sub/b")});
+        m_store->toggle(hidden);
+        QCOMPARE(names(), (QStringList{"synced.bin", "a", "b", ".hidden"}));
+        QCOMPARE(items.count(), 6);
+
+        m_store->clear();
+        QVERIFY(m_store->isEmpty() && m_store->includedIDs().empty());
+        m_store->clear();
+        QCOMPARE(items.count(), 7);
     }
 
     void totalsFollowCloudStatus() {
-        CleanupListStore store(m_settings.get());
         const NodePtr placeholder = node("photo.nextcloud");
         QVERIFY(placeholder->cloudStatus() == CloudStatus::cloudPlaceholder);
         placeholder->setLogicalSize(500); // stands for 500 bytes in the cloud
-        store.add(placeholder);
-        QCOMPARE(store.trashTotal() + store.removeDownloadTotal(), 0);
-        QCOMPARE(store.moveCopyTotal(), 500);
+        m_store->add(placeholder);
+        QCOMPARE(m_store->trashTotal() + m_store->removeDownloadTotal(), 0);
+        QCOMPARE(m_store->moveCopyTotal(), 500);
 
         const NodePtr synced = node("synced.bin");
         synced->setCloudStatus(CloudStatus::cloudDownloaded);
-        const NodePtr a = node("Data/a");
-        store.add(synced);
-        store.add(a);
-        QCOMPARE(store.trashTotal(), synced->allocatedSize() + a->allocatedSize());
-        QCOMPARE(store.removeDownloadTotal(), synced->allocatedSize());
-        QCOMPARE(store.moveCopyTotal(), 500 + 12288 + 8192);
+        m_store->add(synced);
+        m_store->add(node("Data/a"));
+        QCOMPARE(m_store->trashTotal(), synced->allocatedSize() + node("Data/a")->allocatedSize());
+        QCOMPARE(m_store->removeDownloadTotal(), synced->allocatedSize());
+        QCOMPARE(m_store->moveCopyTotal(), 500 + 12288 + 8192);
     }
 
     void removingATreesItemsKeepsOtherTreesAtTheSamePaths() {
-        CleanupListStore store(m_settings.get());
         NodePtr other = scan();
-        store.add(node("Data/sub/b"));
-        store.add(node("Data/a", other));
-        store.add(node("Data", m_root));
-        store.add(node("synced.bin", other));
-        QSignalSpy items(&store, &CleanupListStore::itemsChanged);
-        store.removeItems(m_root->tree());
-        QCOMPARE(names(store), (QStringList{"a", "synced.bin"}));
-        QCOMPARE(store.includedIDs().size(), std::size_t(2));
-        QCOMPARE(items.count(), 1);
-        store.removeItems(m_root->tree()); // nothing left of it
+        for (const NodePtr& n :
+             {node("Data/sub/b"), node("Data/a", other), node("Data"), node("synced.bin", other)})
+            m_store->add(n);
+        QSignalSpy items(m_store.get(), &CleanupListStore::itemsChanged);
+        m_store->removeItems(m_root->tree());
+        m_store->removeItems(m_root->tree()); // nothing left of it
+        QCOMPARE(names(), (QStringList{"a", "synced.bin"}));
+        QCOMPARE(m_store->includedIDs().size(), std::size_t(2));
         QCOMPARE(items.count(), 1);
 
         // Listed nodes keep their tree alive after everyone else let go of it.
         std::weak_ptr<FileNode> watch = other;
         other.reset();
-        QVERIFY(!watch.expired());
-        QCOMPARE(store.items().front()->url(), m_fx.fullPath("Data/a"));
-        store.clear();
+        QVERIFY(!watch.expired() && m_store->items().front()->url() == m_fx.fullPath("Data/a"));
+        m_store->clear();
         QVERIFY(watch.expired());
     }
 
     void selectionStateOfAGroup() {
-        CleanupListStore store(m_settings.get());
         const NodePtr a = node("Data/a");
         const NodePtr b = node("Data/sub/b");
         const std::vector<FileNode*> group{a.get(), b.get(), node(".hidden").get()};
-        QVERIFY(store.selectionState({}) == S::off);
-        QVERIFY(store.selectionState(group) == S::off);
-        store.add(a);
-        QVERIFY(store.selectionState(group) == S::mixed);
-        store.add(b);
-        QVERIFY(store.selectionState(group) == S::on); // the hidden node is not eligible
+        QVERIFY(m_store->selectionState({}) == S::off);
+        QVERIFY(m_store->selectionState(group) == S::off);
+        m_store->add(a);
+        QVERIFY(m_store->selectionState(group) == S::mixed);
+        m_store->add(b);
+        QVERIFY(m_store->selectionState(group) == S::on); // the hidden node is not eligible
         m_settings->setAllowDeletingHiddenFiles(true);
-        QVERIFY(store.selectionState(group) == S::mixed);
+        QVERIFY(m_store->selectionState(group) == S::mixed);
     }
 };
 

@@ -1,8 +1,7 @@
-// The scan lifecycle with real scans of fixture folders registered as favourites:
-//   A (x.bin, sub/y.bin), B (z.bin), Big (200 files in 20 folders).
-// The selection reaches the coordinator directly, as in the window. Outcomes come
-// back through the event loop, so between two turns of it a scan the test started is
-// still running from the main thread's point of view, whatever its thread has done.
+// The scan lifecycle with real scans of favourite fixture folders A, B and Big (200
+// files). The selection reaches the coordinator directly, as in the window. Outcomes
+// come back through the event loop, so between two of its turns a scan the test
+// started is still running for the main thread, whatever its thread has done.
 
 #include "app/coordination/ScanCoordinator.h"
 #include "app/stores/CleanupListStore.h"
@@ -18,9 +17,6 @@
 #include <QThreadPool>
 
 #include <atomic>
-#include <chrono>
-#include <cstdio>
-#include <functional>
 #include <stdexcept>
 #include <thread>
 
@@ -30,22 +26,14 @@ namespace {
 
 // A back-end that runs a test's function instead of reading the disk.
 struct FakeBackend : ScanBackend {
-    std::function<std::optional<ScanResult>(std::stop_token)> run;
+    using Run = std::function<std::optional<ScanResult>(std::stop_token)>;
+    explicit FakeBackend(Run r) : run(std::move(r)) {}
     std::optional<ScanResult> scan(const std::string&, std::stop_token stop,
                                    ScanProgress*) override {
         return run(stop);
     }
+    Run run;
 };
-
-QByteArray readAll(std::FILE* file) {
-    std::fflush(file);
-    std::rewind(file);
-    QByteArray out;
-    char buf[512];
-    while (std::size_t n = std::fread(buf, 1, sizeof buf, file))
-        out.append(buf, qsizetype(n));
-    return out;
-}
 
 } // namespace
 
@@ -59,13 +47,7 @@ class ScanCoordinatorTest : public QObject {
     std::unique_ptr<CleanupListStore> m_cleanup;
     std::unique_ptr<ScanCoordinator> m_coordinator;
     std::FILE* m_diagnostics = nullptr;
-
-    Uuid favorite(const char* name) {
-        for (const ScanSource& f : m_sidebar->favorites())
-            if (f.url == m_fx.fullPath(name))
-                return f.id;
-        qFatal("no favourite %s", name);
-    }
+    Uuid a, b, big; // the favourites
     void select(std::optional<Uuid> id) { m_sidebar->setSelectedSourceID(id); }
     // Lets every scan thread, current and stopped, report back.
     bool settle() {
@@ -87,11 +69,12 @@ class ScanCoordinatorTest : public QObject {
         return m_chart->rootNode() ? m_chart->rootNode()->url() : std::string("<none>");
     }
     void useBackend(std::function<std::optional<ScanResult>(std::stop_token)> run) {
-        m_coordinator->setBackendFactory([run](const ScanSource&, std::FILE*) {
-            auto backend = std::make_unique<FakeBackend>();
-            backend->run = run;
-            return backend;
-        });
+        m_coordinator->setBackendFactory(
+            [run](const ScanSource&, std::FILE*) { return std::make_unique<FakeBackend>(run); });
+    }
+    QByteArray diagnostics() {
+        std::fflush(m_diagnostics);
+        return apptest::readAll(m_home->filePath("diagnostics"));
     }
 
 private slots:
@@ -105,17 +88,19 @@ private slots:
 
     void init() {
         m_home = std::make_unique<QTemporaryDir>();
-        SidebarViewModel::Options options;
-        options.mountInfoPath = m_fx.fullPath("mountinfo");
-        options.watchVolumes = false;
         m_sidebar = std::make_unique<SidebarViewModel>(
-            std::make_unique<FavoritesStore>(m_home->filePath("favorites.json")), options);
-        for (const char* name : {"A", "B", "Big"})
+            std::make_unique<FavoritesStore>(m_home->filePath("favorites.json")),
+            SidebarViewModel::Options{.mountInfoPath = m_fx.fullPath("mountinfo"),
+                                      .systemPaths = {},
+                                      .watchVolumes = false});
+        for (auto [id, name] : {std::pair{&a, "A"}, {&b, "B"}, {&big, "Big"}}) {
             m_sidebar->addFavorite(m_fx.fullPath(name));
+            *id = m_sidebar->favorites().back().id;
+        }
         m_chart = std::make_unique<ChartViewModel>();
         m_cleanup = std::make_unique<CleanupListStore>();
         m_coordinator = std::make_unique<ScanCoordinator>(*m_sidebar, *m_chart, *m_cleanup);
-        m_diagnostics = std::tmpfile();
+        m_diagnostics = std::fopen(qPrintable(m_home->filePath("diagnostics")), "w");
         m_coordinator->setDiagnostics(m_diagnostics);
         connect(m_sidebar.get(), &SidebarViewModel::selectedSourceIDChanged, m_coordinator.get(),
                 &ScanCoordinator::handleSelectionChange);
@@ -123,14 +108,10 @@ private slots:
 
     void cleanup() {
         m_coordinator.reset();
-        m_cleanup.reset();
-        m_chart.reset();
-        m_sidebar.reset();
         std::fclose(m_diagnostics);
     }
 
     void scanOfTheSelectedSourceReachesMapCacheAndRecord() {
-        const Uuid big = favorite("Big");
         QSignalSpy cache(m_coordinator.get(), &ScanCoordinator::scanCacheChanged);
         select(big);
         QCOMPARE(m_sidebar->scanningSourceID(), std::optional<Uuid>(big));
@@ -146,16 +127,12 @@ private slots:
         QCOMPARE(cache.count(), 1);
         const CachedScan& entry = m_coordinator->scanCache().at(big);
         QCOMPARE(entry.root, m_chart->rootNode());
-        const ScanSource* source = m_sidebar->source(big);
-        QCOMPARE(source->lastScanDate, std::optional<Timestamp>(entry.date));
-        QCOMPARE(source->lastScanAllocatedSize,
-                 std::optional<std::int64_t>(entry.root->allocatedSize()));
-        QVERIFY(readAll(m_diagnostics).startsWith("[BulkScanEngine] scan complete: "));
+        QVERIFY(m_sidebar->source(big)->lastScanDate == entry.date &&
+                m_sidebar->source(big)->lastScanAllocatedSize == entry.root->allocatedSize());
+        QVERIFY(diagnostics().startsWith("[BulkScanEngine] scan complete: "));
     }
 
-    void cachedSourceShowsAtOnceWhileAnotherScanRuns() {
-        const Uuid a = favorite("A");
-        const Uuid big = favorite("Big");
+    void cachedSourceShowsAtOnceWhileAnotherScanRunsAndLateScansStayHidden() {
         select(a);
         QVERIFY(settle());
         const NodePtr cachedA = m_chart->rootNode();
@@ -170,54 +147,41 @@ private slots:
 
         // B starts before the stopped scan has reported back; whichever outcome arrives
         // first, B stays the scan in progress until its own outcome has been cached.
-        const Uuid b = favorite("B");
         select(b);
         QVERIFY(endsOnlyOnceCached(b));
-        QVERIFY(!readAll(m_diagnostics).contains("[ScanCoordinator]"));
+        QVERIFY(!diagnostics().contains("[ScanCoordinator]"));
         QVERIFY(!m_coordinator->scanCache().count(big));
         QVERIFY(!m_sidebar->source(big)->lastScanDate);
         QCOMPARE(rootURL(), m_fx.fullPath("B"));
-    }
 
-    void lateFinishForADeselectedSourceIsCachedButNotShown() {
-        const Uuid a = favorite("A");
-        const Uuid b = favorite("B");
-        select(b);
-        QVERIFY(settle());
-        const NodePtr shownB = m_chart->rootNode();
-        select(a);
+        // A scan that ends after the selection moved on unseen (it finished just
+        // before the stop) is cached and recorded, but not shown.
+        select(big);
         {
-            // The selection moves on unseen, as when the scan finished just before.
             QSignalBlocker unseen(m_sidebar.get());
             m_sidebar->setSelectedSourceID(b);
         }
         QVERIFY(settle());
-        QVERIFY(m_coordinator->scanCache().count(a) && m_sidebar->source(a)->lastScanDate);
-        QCOMPARE(m_chart->rootNode(), shownB);
-        QVERIFY(!m_sidebar->scanningSourceID());
+        QVERIFY(m_coordinator->scanCache().count(big) && m_sidebar->source(big)->lastScanDate);
+        QCOMPARE(rootURL(), m_fx.fullPath("B"));
     }
 
     void deselectingOrLosingTheSourceClearsTheMap() {
-        const Uuid a = favorite("A");
-        const Uuid big = favorite("Big");
         select(a);
         QVERIFY(settle());
         select(big);
-        select(std::nullopt);
-        QVERIFY(!m_sidebar->scanningSourceID());
-        QVERIFY(!m_chart->rootNode() && !m_chart->focusedNode());
+        select(std::nullopt); // while scanning
+        QVERIFY(!m_sidebar->scanningSourceID() && !m_chart->rootNode() && !m_chart->focusedNode());
         QVERIFY(settle());
-        QVERIFY(!m_chart->rootNode() && !m_coordinator->scanCache().count(big));
+        QVERIFY(!m_chart->rootNode() && m_coordinator->scanCache().size() == 1);
 
         select(a);
-        QVERIFY(m_chart->rootNode());
         m_sidebar->removeFavorite(a);      // clears the selection itself
         m_sidebar->setSelectedSourceID(a); // a stale id, as a late view might set
         QVERIFY(!m_sidebar->selectedSourceID() && !m_chart->rootNode());
     }
 
-    void rescanDropsOnlyTheReplacedTreesItems() {
-        const Uuid a = favorite("A");
+    void rescanKeepsOneScanAndDropsOnlyTheReplacedTreesItems() {
         select(a);
         QVERIFY(settle());
         std::weak_ptr<FileNode> oldA = m_chart->rootNode();
@@ -226,7 +190,7 @@ private slots:
         auto otherA = apptest::scanFolder(QString::fromStdString(m_fx.fullPath("A")));
         m_cleanup->add(apptest::findShared(oldA.lock(), "x.bin"));
         m_cleanup->add(apptest::findShared(otherA->root, "sub/y.bin"));
-        select(favorite("B"));
+        select(b);
         QVERIFY(settle());
         m_cleanup->add(apptest::findShared(m_chart->rootNode(), "z.bin"));
 
@@ -238,11 +202,9 @@ private slots:
         QVERIFY(!m_coordinator->scanCache().count(a) && !m_sidebar->source(a)->lastScanDate);
         QVERIFY(settle());
         QCOMPARE(rootURL(), m_fx.fullPath("A"));
-        QStringList left;
-        for (const NodePtr& n : m_cleanup->items())
-            left << QString::fromStdString(n->url());
-        QCOMPARE(left, (QStringList{QString::fromStdString(m_fx.fullPath("A/sub/y.bin")),
-                                    QString::fromStdString(m_fx.fullPath("B/z.bin"))}));
+        QCOMPARE(m_cleanup->count(), std::size_t(2));
+        QCOMPARE(m_cleanup->items()[0]->url(), m_fx.fullPath("A/sub/y.bin"));
+        QCOMPARE(m_cleanup->items()[1]->url(), m_fx.fullPath("B/z.bin"));
         QThreadPool::globalInstance()->waitForDone();
         QVERIFY(oldA.expired());
 
@@ -253,62 +215,51 @@ private slots:
         QCOMPARE(m_chart->rootNode(), secondA);
         QVERIFY(settle());
         QVERIFY(m_chart->rootNode() != secondA);
-    }
 
-    void rescanWhileScanningTheSameSourceKeepsTheNewScan() {
-        const Uuid big = favorite("Big");
+        // While scanning it: the stopped scan reports first, and the source must stay
+        // "scanning" until the second scan is done and cached.
         select(big);
-        m_coordinator->rescan(big); // selected: stops the first scan, starts another
+        m_coordinator->rescan(big);
         QCOMPARE(m_sidebar->scanningSourceID(), std::optional<Uuid>(big));
         QVERIFY(endsOnlyOnceCached(big));
         QCOMPARE(rootURL(), m_fx.fullPath("Big"));
     }
 
-    void failuresAreReportedOnTheDiagnosticsStream_data() {
-        QTest::addColumn<bool>("throws");
-        QTest::addColumn<QByteArray>("line");
-        QTest::newRow("exception")
-            << true << QByteArray("[ScanCoordinator] scan failed: disk on fire\n");
-        QTest::newRow("no result")
-            << false
-            << QByteArray("[ScanCoordinator] scan failed: the scanner returned no result\n");
-    }
-    void failuresAreReportedOnTheDiagnosticsStream() {
-        QFETCH(bool, throws);
-        QFETCH(QByteArray, line);
-        useBackend([throws](std::stop_token) -> std::optional<ScanResult> {
-            if (throws)
+    void failuresAreReportedCancelStopsAndDestructionJoins() {
+        enum { fail, noResult, blockUntilStopped } mode = fail; // one scan thread at a time
+        std::atomic<int> stopped{0};
+        useBackend([&](std::stop_token stop) -> std::optional<ScanResult> {
+            if (mode == fail)
                 throw std::runtime_error("disk on fire");
+            while (mode == blockUntilStopped && !stop.stop_requested())
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            if (mode == blockUntilStopped) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+                ++stopped;
+            }
             return std::nullopt;
         });
-        const Uuid a = favorite("A");
         select(a);
         QVERIFY(settle());
-        QCOMPARE(readAll(m_diagnostics), line);
-        QVERIFY(!m_sidebar->scanningSourceID() && !m_coordinator->scanCache().count(a));
-        QVERIFY(!m_sidebar->source(a)->lastScanDate && !m_chart->rootNode());
-    }
+        mode = noResult;
+        m_coordinator->rescan(a);
+        QVERIFY(settle());
+        const QByteArray lines("[ScanCoordinator] scan failed: disk on fire\n"
+                               "[ScanCoordinator] scan failed: the scanner returned no result\n");
+        QCOMPARE(diagnostics(), lines);
+        QVERIFY(!m_sidebar->scanningSourceID() && !m_coordinator->scanCache().count(a) &&
+                !m_sidebar->source(a)->lastScanDate && !m_chart->rootNode());
 
-    void cancelStopsTheScanAndDestructionJoinsIt() {
-        std::atomic<int> stopped{0};
-        useBackend([&stopped](std::stop_token stop) -> std::optional<ScanResult> {
-            while (!stop.stop_requested())
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-            ++stopped;
-            return std::nullopt;
-        });
-        select(favorite("A"));
+        mode = blockUntilStopped;
+        m_coordinator->rescan(a);
         m_sidebar->cancelScan(); // the overlay's Cancel reaches the scan thread
         QVERIFY(settle());
-        QCOMPARE(stopped.load(), 1);
-        QVERIFY(!m_sidebar->selectedSourceID());
-
-        select(favorite("B"));
+        QVERIFY(stopped == 1 && !m_sidebar->selectedSourceID());
+        select(b);
         QVERIFY(m_coordinator->hasPendingScans());
         m_coordinator.reset(); // returns only once the scan thread has ended
         QCOMPARE(stopped.load(), 2);
-        QVERIFY(readAll(m_diagnostics).isEmpty());
+        QCOMPARE(diagnostics(), lines); // nothing about cancelled scans
     }
 };
 
