@@ -39,12 +39,8 @@ private slots:
         t.totalFolders();
         digits.totalFolders();
 
-        struct Case {
-            const MemoryTree* tree;
-            std::vector<FileSortDescriptor> order;
-            bool foldersOnTop;
-            QStringList rows;
-        };
+        using Case =
+            std::tuple<const MemoryTree*, std::vector<FileSortDescriptor>, bool, QStringList>;
         const std::vector<Case> cases = {
             {&t, {{Key::size, false}}, false, {"dir", "a.txt", "undated.txt", "a.pdf", "b.txt"}},
             {&t, {{Key::name, true}}, false, {"a.pdf", "a.txt", "b.txt", "dir", "undated.txt"}},
@@ -71,11 +67,11 @@ private slots:
              false,
              {"file10", "file02b", "File2", "file1", "banana", "Apple"}},
         };
-        for (const Case& c : cases) {
+        for (const auto& [tree, order, foldersOnTop, rows] : cases) {
             FileListViewModel vm;
-            vm.update(c.tree->rootPtr(), 0.0, true, c.foldersOnTop);
-            vm.setSortOrder(c.order);
-            QCOMPARE(names(vm.displayRows()), c.rows);
+            vm.update(tree->rootPtr(), 0.0, true, foldersOnTop);
+            vm.setSortOrder(order);
+            QCOMPARE(names(vm.displayRows()), rows);
             QVERIFY(vm.smallerNodes().empty() && vm.hiddenNodes().empty()); // threshold 0
         }
     }

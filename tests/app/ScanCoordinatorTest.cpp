@@ -22,21 +22,6 @@
 
 using namespace ringfold;
 
-namespace {
-
-// A back-end that runs a test's function instead of reading the disk.
-struct FakeBackend : ScanBackend {
-    using Run = std::function<std::optional<ScanResult>(std::stop_token)>;
-    explicit FakeBackend(Run r) : run(std::move(r)) {}
-    std::optional<ScanResult> scan(const std::string&, std::stop_token stop,
-                                   ScanProgress*) override {
-        return run(stop);
-    }
-    Run run;
-};
-
-} // namespace
-
 class ScanCoordinatorTest : public QObject {
     Q_OBJECT
 
@@ -55,22 +40,30 @@ class ScanCoordinatorTest : public QObject {
     }
     // Settles; true if `id` stopped "scanning" only once its own outcome was cached.
     bool endsOnlyOnceCached(const Uuid& id) {
-        std::optional<bool> cachedWhenEnded;
-        const auto c =
-            connect(m_sidebar.get(), &SidebarViewModel::scanningSourceIDChanged, this, [&] {
-                if (!cachedWhenEnded && !m_sidebar->scanningSourceID())
-                    cachedWhenEnded = m_coordinator->scanCache().count(id) == 1;
-            });
+        bool cachedWhenEnded = false;
+        const auto c = connect(m_sidebar.get(), &SidebarViewModel::scanningSourceIDChanged, this,
+                               [&] { cachedWhenEnded = m_coordinator->scanCache().count(id); });
         const bool settled = settle();
         disconnect(c);
-        return settled && cachedWhenEnded.value_or(false);
+        return settled && cachedWhenEnded;
     }
     std::string rootURL() const {
         return m_chart->rootNode() ? m_chart->rootNode()->url() : std::string("<none>");
     }
+    // Scans run this function instead of reading the disk.
     void useBackend(std::function<std::optional<ScanResult>(std::stop_token)> run) {
-        m_coordinator->setBackendFactory(
-            [run](const ScanSource&, std::FILE*) { return std::make_unique<FakeBackend>(run); });
+        struct Fake : ScanBackend {
+            decltype(run) f;
+            std::optional<ScanResult> scan(const std::string&, std::stop_token stop,
+                                           ScanProgress*) override {
+                return f(stop);
+            }
+        };
+        m_coordinator->setBackendFactory([run](const ScanSource&, std::FILE*) {
+            auto fake = std::make_unique<Fake>();
+            fake->f = run;
+            return fake;
+        });
     }
     QByteArray diagnostics() {
         std::fflush(m_diagnostics);
@@ -80,13 +73,15 @@ class ScanCoordinatorTest : public QObject {
 private slots:
     void initTestCase() {
         m_fx.writeFiles({{"A/x.bin", 10000}, {"A/sub/y.bin", 20000}, {"B/z.bin", 30000}});
-        for (int d = 0; d < 20; ++d)
-            for (int f = 0; f < 10; ++f)
-                m_fx.writeFile("Big/d" + std::to_string(d) + "/f" + std::to_string(f), 10);
+        for (int i = 0; i < 200; ++i)
+            m_fx.writeFile("Big/d" + std::to_string(i / 10) + "/f" + std::to_string(i % 10), 10);
         m_fx.writeFile("mountinfo", 0);
     }
 
     void init() {
+        m_coordinator.reset(); // the last test's, before what it reports to
+        if (m_diagnostics)
+            std::fclose(m_diagnostics);
         m_home = std::make_unique<QTemporaryDir>();
         m_sidebar = std::make_unique<SidebarViewModel>(
             std::make_unique<FavoritesStore>(m_home->filePath("favorites.json")),
@@ -106,18 +101,12 @@ private slots:
                 &ScanCoordinator::handleSelectionChange);
     }
 
-    void cleanup() {
-        m_coordinator.reset();
-        std::fclose(m_diagnostics);
-    }
-
     void scanOfTheSelectedSourceReachesMapCacheAndRecord() {
         QSignalSpy cache(m_coordinator.get(), &ScanCoordinator::scanCacheChanged);
         select(big);
         QCOMPARE(m_sidebar->scanningSourceID(), std::optional<Uuid>(big));
         const auto progress = m_coordinator->currentProgress();
-        QVERIFY(progress);
-        QVERIFY(!m_chart->rootNode()); // nothing shown until the scan is done
+        QVERIFY(progress && !m_chart->rootNode()); // nothing shown until the scan is done
         QVERIFY(settle());
 
         QVERIFY(!m_sidebar->scanningSourceID() && !m_coordinator->currentProgress());
