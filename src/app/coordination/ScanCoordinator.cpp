@@ -4,13 +4,11 @@
 #include "app/stores/CleanupListStore.h"
 #include "app/viewmodels/ChartViewModel.h"
 #include "app/viewmodels/SidebarViewModel.h"
-#include "core/model/ScanResult.h"
+#include "core/model/Tree.h"
 #include "core/scan/ScanEngine.h"
 
 #include <QDateTime>
 #include <QMetaObject>
-
-#include <cstdio>
 
 namespace ringfold {
 
@@ -24,20 +22,22 @@ bool isVolumeRooted(ScanSourceKind kind) {
 
 ScanCoordinator::ScanCoordinator(SidebarViewModel& sidebar, ChartViewModel& chart,
                                  CleanupListStore& cleanup, QObject* parent)
-    : QObject(parent), m_sidebar(sidebar), m_chart(chart), m_cleanup(cleanup) {}
+    : QObject(parent), m_sidebar(sidebar), m_chart(chart), m_cleanup(cleanup) {
+    // The sources model only names the scanning source; whoever clears or replaces
+    // that name (the overlay's Cancel, the settings reset) thereby stops the scan.
+    connect(&m_sidebar, &SidebarViewModel::scanningSourceIDChanged, this, [this] {
+        if (m_currentSerial != 0 && m_sidebar.scanningSourceID() != m_currentSource)
+            stopCurrentScan();
+    });
+}
 
 ScanCoordinator::~ScanCoordinator() {
-    // Joining here, before QObject's destructor, keeps `this` valid for any thread
-    // still posting its outcome; the posted calls die with the object.
+    // Ask every scan to stop before joining any, so they wind down together. Joining
+    // here, before QObject's destructor, keeps `this` valid for a thread that is still
+    // posting its outcome; the posted calls die with the object.
     for (auto& [serial, thread] : m_threads)
         thread.request_stop();
     m_threads.clear();
-}
-
-std::shared_ptr<const ScanProgress> ScanCoordinator::currentProgress() const {
-    if (!m_progress || m_sidebar.scanningSourceID() != m_progressSource)
-        return nullptr;
-    return m_progress;
 }
 
 void ScanCoordinator::handleSelectionChange() {
@@ -54,23 +54,28 @@ void ScanCoordinator::handleSelectionChange() {
     }
 
     const auto cached = m_scanCache.find(*selected);
-    if (cached != m_scanCache.end()) {
-        if (m_sidebar.scanningSourceID()) {
-            m_sidebar.cancelScan(); // clears the selection as well
-            m_sidebar.setSelectedSourceID(selected);
-        }
-        // The sidebar may have changed under the calls above; copy what we need.
-        const CachedScan entry = cached->second;
-        const ScanSource current = *m_sidebar.source(*selected);
-        showTree(current, entry.root, entry.accounting);
+    if (cached == m_scanCache.end()) {
+        startScan(ScanSource(*source)); // a copy: observers may change the sources model
         return;
     }
-    startScan(*source);
+    // Observers of the calls below may change the sources model; keep copies.
+    const CachedScan entry = cached->second;
+    const ScanSource shown = *source;
+    // Stop the running scan without the sources model's cancel, which would clear the
+    // selection that brought us here and make every observer see it flicker.
+    if (const auto scanning = m_sidebar.scanningSourceID()) {
+        stopCurrentScan();
+        m_sidebar.finishScan(*scanning);
+    }
+    showTree(shown, entry.root, entry.accounting);
 }
 
 void ScanCoordinator::rescan(const Uuid& id) {
     m_sidebar.clearLastScan(id);
-    m_scanCache.erase(id);
+    if (const auto cached = m_scanCache.find(id); cached != m_scanCache.end()) {
+        m_replacedTrees[id].push_back(cached->second.root);
+        m_scanCache.erase(cached);
+    }
     emit scanCacheChanged();
     if (m_sidebar.selectedSourceID() == id)
         handleSelectionChange();
@@ -79,25 +84,33 @@ void ScanCoordinator::rescan(const Uuid& id) {
 }
 
 void ScanCoordinator::startScan(const ScanSource& source) {
+    stopCurrentScan();
     const std::uint64_t serial = m_nextSerial++;
     auto progress = std::make_shared<ScanProgress>();
-    ScanEngine::Options options;
-    options.diagnostics = m_diagnostics;
+    std::unique_ptr<ScanEngine> engine;
+    if (m_backendFactory) {
+        engine = std::make_unique<ScanEngine>(m_backendFactory(source, m_diagnostics));
+    } else {
+        ScanEngine::Options options;
+        options.diagnostics = m_diagnostics;
+        engine = std::make_unique<ScanEngine>(source.kind, activeProcessorCount(), options);
+    }
 
-    std::jthread thread([this, serial, source, progress, options](std::stop_token stop) {
+    std::jthread thread([this, serial, source, progress,
+                         engine = std::move(engine)](std::stop_token stop) {
         Outcome outcome;
         outcome.serial = serial;
         outcome.source = source;
         try {
-            ScanEngine engine(source.kind, activeProcessorCount(), options);
-            outcome.result = engine.scan(source.url, stop, progress.get());
+            outcome.result = engine->scan(source.url, stop, progress.get());
         } catch (const std::exception& e) {
             outcome.error = e.what();
         } catch (...) {
             outcome.error = "unknown error";
         }
         // A scan stopped after its last check still counts as cancelled: whoever
-        // stopped it has moved on, and its tree must not be cached as current.
+        // stopped it has moved on, and its tree must not be cached as current. The
+        // tree is dropped here, off the main thread.
         outcome.cancelled = stop.stop_requested();
         if (outcome.cancelled)
             outcome.result.reset();
@@ -107,35 +120,49 @@ void ScanCoordinator::startScan(const ScanSource& source) {
             this, [this, outcome = std::move(outcome)]() mutable { scanEnded(std::move(outcome)); },
             Qt::QueuedConnection);
     });
-    m_sidebar.beginScan(source.id, thread.get_stop_source());
-    m_currentSerial = serial;
     m_threads.emplace(serial, std::move(thread));
-    m_progressSource = source.id;
+    m_currentSerial = serial;
+    m_currentSource = source.id;
     m_progress = std::move(progress);
+    m_sidebar.beginScan(source.id);
     emit scanActivityChanged();
 }
 
-void ScanCoordinator::reapThread(std::uint64_t serial) {
-    // The thread's last act was posting this outcome, so the join is immediate.
-    m_threads.erase(serial);
+void ScanCoordinator::stopCurrentScan() {
+    if (m_currentSerial == 0)
+        return;
+    if (const auto it = m_threads.find(m_currentSerial); it != m_threads.end())
+        it->second.request_stop();
+    m_currentSerial = 0;
+    m_currentSource.reset();
+    m_progress.reset();
+    emit scanActivityChanged();
 }
 
 void ScanCoordinator::scanEnded(Outcome outcome) {
-    reapThread(outcome.serial);
+    // The thread's last act was posting this outcome, so the join is immediate.
+    m_threads.erase(outcome.serial);
     const Uuid id = outcome.source.id;
-    // A replaced scan may share its source with the scan that replaced it (a rescan
+    // A stopped scan may share its source with the scan that replaced it (a rescan
     // while scanning); only the current scan may end the sources model's scan state.
+    const bool current = outcome.serial == m_currentSerial;
+    if (current) {
+        m_currentSerial = 0;
+        m_currentSource.reset();
+        m_progress.reset();
+    }
     auto finish = [&] {
-        if (outcome.serial == m_currentSerial)
+        if (current)
             m_sidebar.finishScan(id);
+        emit scanActivityChanged();
     };
     if (!outcome.result) {
-        if (!outcome.cancelled) {
-            std::fprintf(stdout, "[ScanCoordinator] scan failed: %s\n", outcome.error.c_str());
-            std::fflush(stdout);
+        if (!outcome.cancelled && m_diagnostics) {
+            std::fprintf(m_diagnostics, "[ScanCoordinator] scan failed: %s\n",
+                         outcome.error.c_str());
+            std::fflush(m_diagnostics);
         }
         finish();
-        emit scanActivityChanged();
         return;
     }
 
@@ -148,16 +175,24 @@ void ScanCoordinator::scanEnded(Outcome outcome) {
     emit scanCacheChanged();
 
     m_sidebar.recordScan(id, entry.date, entry.root->allocatedSize(), entry.root->isRestricted());
-    if (m_sidebar.selectedSourceID() == id) {
-        m_cleanup.removeItems(outcome.source.url);
+    if (m_sidebar.selectedSourceID() == id)
         showTree(outcome.source, entry.root, entry.accounting);
-    }
     finish();
-    emit scanActivityChanged();
 }
 
 void ScanCoordinator::showTree(const ScanSource& source, NodePtr root,
                                const SpaceAccounting& accounting) {
+    // Items of a tree this one replaces point at nodes no view shows any more. Items
+    // of other trees stay, even under the same path: "/" holds every other drive.
+    if (const auto replaced = m_replacedTrees.find(source.id); replaced != m_replacedTrees.end()) {
+        for (const std::weak_ptr<FileNode>& weak : replaced->second) {
+            if (NodePtr tree = weak.lock()) {
+                m_cleanup.removeItems(tree->tree());
+                releaseInBackground(std::move(tree));
+            }
+        }
+        m_replacedTrees.erase(replaced);
+    }
     NodePtr old = m_chart.rootNode();
     m_chart.setRoot(std::move(root), accounting, isVolumeRooted(source.kind));
     releaseInBackground(std::move(old));

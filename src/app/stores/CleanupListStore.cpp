@@ -1,31 +1,11 @@
 #include "app/stores/CleanupListStore.h"
 
 #include "app/stores/SettingsStore.h"
-
-#include <QDir>
-#include <QString>
+#include "core/model/Tree.h"
 
 #include <algorithm>
 
 namespace ringfold {
-
-namespace {
-
-std::string standardizedPath(const std::string& path) {
-    return QDir::cleanPath(QString::fromStdString(path)).toStdString();
-}
-
-// True when `path` is `base` itself or lies beneath it. The separator check keeps
-// "/Volumes/DataBackup" out of "/Volumes/Data".
-bool isAtOrUnder(const std::string& path, const std::string& base) {
-    if (base == "/")
-        return !path.empty() && path.front() == '/';
-    if (path.size() < base.size() || path.compare(0, base.size(), base) != 0)
-        return false;
-    return path.size() == base.size() || path[base.size()] == '/';
-}
-
-} // namespace
 
 CleanupListStore::CleanupListStore(const SettingsStore* settings, QObject* parent)
     : QObject(parent), m_settings(settings) {}
@@ -95,21 +75,14 @@ void CleanupListStore::addPreselected(const std::vector<NodePtr>& nodes) {
     }
 }
 
-void CleanupListStore::removeItems(const std::string& path) {
-    const std::string base = standardizedPath(path);
-    std::vector<NodePtr> kept;
-    kept.reserve(m_items.size());
-    bool removed = false;
-    for (NodePtr& node : m_items) {
-        if (isAtOrUnder(standardizedPath(node->url()), base)) {
-            m_includedIDs.erase(node->id());
-            removed = true;
-        } else {
-            kept.push_back(std::move(node));
-        }
-    }
-    m_items = std::move(kept);
-    if (removed) {
+void CleanupListStore::removeItems(const Tree& tree) {
+    const auto removed = std::erase_if(m_items, [&](const NodePtr& node) {
+        if (&node->tree() != &tree)
+            return false;
+        m_includedIDs.erase(node->id());
+        return true;
+    });
+    if (removed != 0) {
         emit includedIDsChanged();
         emit itemsChanged();
     }

@@ -2,8 +2,9 @@
 // The cleanup list: the nodes the user marked for a bulk file operation, in the order
 // they were marked, and the set of their ids for O(1) membership tests by every row's
 // checkbox. Both are kept in step by every operation. The store holds strong
-// references, so marked nodes (and their trees) stay alive across a rescan until they
-// are dropped by removeItems(under:). Totals are signed byte counts computed on demand.
+// references, so marked nodes (and their trees) stay alive across a rescan until the
+// scan coordinator drops the replaced tree's items. Totals are signed byte counts computed on
+// demand.
 //
 // Threads: main thread only.
 
@@ -12,7 +13,6 @@
 #include <QObject>
 
 #include <cstdint>
-#include <string>
 #include <unordered_set>
 #include <vector>
 
@@ -56,10 +56,9 @@ public:
     /// The system junk pre-selection: appends each node that is not hidden and not yet
     /// listed, with one notification for the whole batch.
     void addPreselected(const std::vector<NodePtr>& nodes);
-    /// Drops every item at `path` or beneath it ("/Volumes/Data" drops
-    /// "/Volumes/Data/a" but keeps "/Volumes/DataBackup/b"). "." and ".." components
-    /// of `path` are resolved first. Items elsewhere keep their order.
-    void removeItems(const std::string& path);
+    /// Drops every item whose node belongs to `tree` (a tree a rescan replaced).
+    /// Items of other trees keep their order, whatever their paths.
+    void removeItems(const Tree& tree);
 
     /// off when no eligible node is listed (or there is none), on when all are, else
     /// mixed. Hidden nodes are eligible only while hidden items may be deleted.

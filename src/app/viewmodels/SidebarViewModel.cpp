@@ -74,10 +74,7 @@ SidebarViewModel::SidebarViewModel(std::unique_ptr<FavoritesStore> store, Option
     }
 }
 
-SidebarViewModel::~SidebarViewModel() {
-    if (m_scanTask)
-        m_scanTask->request_stop();
-}
+SidebarViewModel::~SidebarViewModel() = default;
 
 std::vector<MountEntry> SidebarViewModel::mountTable() const {
     return MountTable::read(m_options.mountInfoPath);
@@ -209,25 +206,16 @@ void SidebarViewModel::resetFavoritesAndScanRecords() {
         emit volumesChanged();
 }
 
-void SidebarViewModel::beginScan(const Uuid& id, std::stop_source task) {
-    if (m_scanTask)
-        m_scanTask->request_stop();
-    m_scanTask = std::move(task);
+void SidebarViewModel::beginScan(const Uuid& id) {
     setScanningSourceID(id);
 }
 
 void SidebarViewModel::finishScan(const Uuid& id) {
-    if (m_scanningSourceID != id)
-        return;
-    m_scanTask.reset();
-    setScanningSourceID(std::nullopt);
+    if (m_scanningSourceID == id)
+        setScanningSourceID(std::nullopt);
 }
 
 void SidebarViewModel::cancelScan() {
-    if (m_scanTask) {
-        m_scanTask->request_stop();
-        m_scanTask.reset();
-    }
     setScanningSourceID(std::nullopt);
     setSelectedSourceID(std::nullopt);
 }

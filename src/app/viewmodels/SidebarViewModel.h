@@ -1,13 +1,14 @@
 #pragma once
 // The places the user can scan: "This Computer" (the root file system), the other
 // mounted volumes in mount-table order, and the favourite folders in stored order;
-// the selection; which source is being scanned and the stop handle of that scan;
-// each source's last-scan record and capacities (bytes). Volume identities are
-// fresh per run and survive remounts while the program runs; favourite identities
-// are persisted by the FavoritesStore. A VolumeWatcher keeps the volume list current.
+// the selection; which source is being scanned; each source's last-scan record and capacities
+// (bytes). Volume identities are fresh per run and survive remounts while the program runs;
+// favourite identities are persisted by the FavoritesStore. A VolumeWatcher keeps the volume list
+// current.
 //
-// Threads: main thread only. Scans run elsewhere; they are stopped through the
-// std::stop_source handed to beginScan.
+// Threads: main thread only. The scan itself belongs to the ScanCoordinator, which
+// stops it when `scanningSourceID` stops naming its source (cancelScan, or a new
+// beginScan).
 
 #include "app/platform/MountTable.h"
 #include "app/stores/FavoritesStore.h"
@@ -18,7 +19,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <stop_token>
 #include <vector>
 
 namespace ringfold {
@@ -49,7 +49,6 @@ public:
     std::optional<Uuid> selectedSourceID() const { return m_selectedSourceID; }
     std::optional<Uuid> scanningSourceID() const { return m_scanningSourceID; }
     const FavoritesStore& favoritesStore() const { return *m_favoritesStore; }
-    bool hasScanTask() const { return m_scanTask.has_value(); }
 
     void setSelectedSourceID(std::optional<Uuid> id);
 
@@ -71,11 +70,11 @@ public:
     void resetFavoritesAndScanRecords();
 
     // Scan bookkeeping for the coordinator.
-    /// Stops any running scan, then remembers `task` as the scan of `id`.
-    void beginScan(const Uuid& id, std::stop_source task);
+    /// Marks `id` as the source being scanned (replacing any other).
+    void beginScan(const Uuid& id);
     /// Clears the scan state only if `id` is still the scanning source.
     void finishScan(const Uuid& id);
-    /// Stops and forgets the running scan; clears scanning source and selection.
+    /// The user's "Cancel": no scanning source and no selection (back to the gallery).
     void cancelScan();
     void clearLastScan(const Uuid& id);
     void recordScan(const Uuid& id, Timestamp date, std::int64_t allocatedSize, bool restricted);
@@ -104,7 +103,6 @@ private:
     std::optional<Uuid> m_scanningSourceID;
     std::unique_ptr<FavoritesStore> m_favoritesStore;
     VolumeWatcher* m_volumeWatcher = nullptr;
-    std::optional<std::stop_source> m_scanTask;
     Options m_options;
 };
 

@@ -1,0 +1,275 @@
+#include "app/window/MainWindowModel.h"
+
+#include "app/coordination/AppState.h"
+#include "app/coordination/ScanCoordinator.h"
+#include "app/viewmodels/BiggestFilesViewModel.h"
+#include "app/viewmodels/CategoriesViewModel.h"
+#include "app/viewmodels/FileListViewModel.h"
+#include "app/viewmodels/SystemJunkViewModel.h"
+
+#include <QStringList>
+
+namespace ringfold {
+
+MainWindowModel::MainWindowModel(AppState& app, QObject* parent)
+    : MainWindowModel(app, Options{}, parent) {}
+
+MainWindowModel::MainWindowModel(AppState& app, Options options, QObject* parent)
+    : QObject(parent), m_app(app), m_fileList(std::make_unique<FileListViewModel>()),
+      m_biggestFiles(std::make_unique<BiggestFilesViewModel>()),
+      m_categories(std::make_unique<CategoriesViewModel>()),
+      m_systemJunk(options.systemJunk ? std::move(options.systemJunk)
+                                      : std::make_unique<SystemJunkViewModel>()),
+      m_coordinator(
+          std::make_unique<ScanCoordinator>(app.sidebar(), app.chart(), app.cleanupList())),
+      m_fileOperations(std::make_unique<FileOperations>(app.chart(), app.cleanupList())) {
+    SidebarViewModel& sidebar = app.sidebar();
+    ChartViewModel& chart = app.chart();
+    SettingsStore& settings = app.settings();
+
+    // Directly, not queued: the coordinator no longer clears and restores the
+    // selection, so every change it sees is one the user made.
+    connect(&sidebar, &SidebarViewModel::selectedSourceIDChanged, m_coordinator.get(),
+            &ScanCoordinator::handleSelectionChange);
+    connect(&sidebar, &SidebarViewModel::selectedSourceIDChanged, this,
+            &MainWindowModel::detailChanged);
+    connect(&sidebar, &SidebarViewModel::scanningSourceIDChanged, this,
+            &MainWindowModel::detailChanged);
+
+    connect(&chart, &ChartViewModel::rootNodeChanged, this, &MainWindowModel::rebuildFromRoot);
+    connect(&chart, &ChartViewModel::focusedNodeChanged, this, &MainWindowModel::updateFileList);
+    connect(&settings, &SettingsStore::smallerObjectsThresholdPercentChanged, this,
+            &MainWindowModel::updateFileList);
+    connect(&settings, &SettingsStore::groupHiddenItemsChanged, this,
+            &MainWindowModel::updateFileList);
+    connect(&settings, &SettingsStore::sortFoldersToTopChanged, this,
+            &MainWindowModel::updateFileList);
+    connect(&settings, &SettingsStore::biggestFilesLimitChanged, this, [this] {
+        m_biggestFiles->rebuild(m_app.chart().rootNode(), m_app.settings().biggestFilesLimit());
+    });
+    connect(&settings, &SettingsStore::diagnosticReportsAgeDaysChanged, this,
+            &MainWindowModel::classifyJunk);
+    connect(&settings, &SettingsStore::cacheStalenessAgeDaysChanged, this,
+            &MainWindowModel::classifyJunk);
+
+    connect(this, &MainWindowModel::operationFinished, this, &MainWindowModel::applyOperationResult,
+            Qt::QueuedConnection);
+
+    // A second window opens on the map as it is.
+    if (chart.rootNode())
+        rebuildFromRoot();
+    updateFileList();
+}
+
+MainWindowModel::~MainWindowModel() = default;
+
+void MainWindowModel::start() {
+    m_coordinator->handleSelectionChange();
+}
+
+bool MainWindowModel::showsDriveGallery() const {
+    return !m_app.sidebar().selectedSourceID();
+}
+
+bool MainWindowModel::showsScanOverlay() const {
+    const auto scanning = m_app.sidebar().scanningSourceID();
+    return scanning && scanning == m_app.sidebar().selectedSourceID();
+}
+
+void MainWindowModel::setActivePanel(Panel panel) {
+    if (m_activePanel == panel)
+        return;
+    m_activePanel = panel;
+    emit activePanelChanged();
+}
+
+void MainWindowModel::setSelectedNode(NodePtr node) {
+    if (m_selectedNode == node)
+        return;
+    m_selectedNode = std::move(node);
+    emit selectedNodeChanged();
+}
+
+void MainWindowModel::showDriveGallery() {
+    m_app.sidebar().setSelectedSourceID(std::nullopt);
+}
+
+void MainWindowModel::scanStartupDiskForJunk() {
+    m_app.sidebar().setSelectedSourceID(m_app.sidebar().thisComputer().id);
+    setActivePanel(Panel::systemJunk);
+}
+
+void MainWindowModel::rescanSelectedSource() {
+    if (const auto selected = m_app.sidebar().selectedSourceID())
+        m_coordinator->rescan(*selected);
+}
+
+void MainWindowModel::cancelScan() {
+    m_app.sidebar().cancelScan();
+}
+
+// --- The map's root and the settings -------------------------------------------------
+
+void MainWindowModel::rebuildFromRoot() {
+    const NodePtr& root = m_app.chart().rootNode();
+    // The selection belonged to the tree that was just replaced.
+    setSelectedNode(nullptr);
+    m_biggestFiles->rebuild(root, m_app.settings().biggestFilesLimit());
+    m_categories->update(root);
+    classifyJunk();
+}
+
+void MainWindowModel::updateFileList() {
+    const SettingsStore& settings = m_app.settings();
+    m_fileList->update(m_app.chart().focusedNode(), settings.smallerObjectsThresholdPercent(),
+                       settings.groupHiddenItems(), settings.sortFoldersToTop());
+}
+
+void MainWindowModel::classifyJunk() {
+    const SettingsStore& settings = m_app.settings();
+    m_systemJunk->classify(m_app.chart().rootNode(), m_app.cleanupList(),
+                           settings.diagnosticReportsAgeDays(), settings.cacheStalenessAgeDays());
+}
+
+void MainWindowModel::refreshAfterTreeChange() {
+    const NodePtr& root = m_app.chart().rootNode();
+    m_fileList->setRevision(m_fileList->revision() + 1);
+    m_fileList->recompute();
+    m_biggestFiles->rebuild(root, m_app.settings().biggestFilesLimit());
+    m_categories->update(root);
+}
+
+// --- Sheets and file operations ------------------------------------------------------
+
+void MainWindowModel::setActiveSheet(std::optional<Sheet> sheet) {
+    if (!sheet && !m_activeSheet)
+        return;
+    m_activeSheet = std::move(sheet);
+    emit activeSheetChanged();
+}
+
+void MainWindowModel::requestTrashOfCleanupList() {
+    std::vector<NodePtr> nodes = FileOperations::trashableItems(m_app.cleanupList());
+    if (!nodes.empty())
+        setActiveSheet(Sheet{Sheet::Kind::trash, std::move(nodes)});
+}
+
+void MainWindowModel::deleteCommand() {
+    if (m_selectedNode && !m_app.cleanupList().contains(*m_selectedNode))
+        m_app.cleanupList().add(m_selectedNode);
+    requestTrashOfCleanupList();
+}
+
+void MainWindowModel::requestTrash(const NodePtr& node) {
+    if (node && m_app.cleanupList().canAdd(*node))
+        setActiveSheet(Sheet{Sheet::Kind::trash, {node}});
+}
+
+void MainWindowModel::requestMoveOfCleanupList() {
+    if (!m_app.cleanupList().isEmpty())
+        setActiveSheet(Sheet{Sheet::Kind::move, m_app.cleanupList().items()});
+}
+
+void MainWindowModel::requestMove(const NodePtr& node) {
+    if (node)
+        setActiveSheet(Sheet{Sheet::Kind::move, {node}});
+}
+
+void MainWindowModel::showInfo(const NodePtr& node) {
+    if (node)
+        setActiveSheet(Sheet{Sheet::Kind::itemInfo, {node}});
+}
+
+void MainWindowModel::dismissSheet() {
+    setActiveSheet(std::nullopt);
+}
+
+void MainWindowModel::confirmTrash() {
+    if (!m_activeSheet || m_activeSheet->kind != Sheet::Kind::trash)
+        return;
+    std::vector<NodePtr> nodes = std::move(m_activeSheet->nodes);
+    setActiveSheet(std::nullopt);
+    finish(Operation::trash, m_fileOperations->moveToTrash(std::move(nodes)), true);
+}
+
+std::vector<NodePtr> MainWindowModel::confirmMove() {
+    if (!m_activeSheet || m_activeSheet->kind != Sheet::Kind::move)
+        return {};
+    std::vector<NodePtr> nodes = std::move(m_activeSheet->nodes);
+    setActiveSheet(std::nullopt);
+    return nodes;
+}
+
+void MainWindowModel::moveTo(std::vector<NodePtr> nodes, const QString& folder) {
+    if (!nodes.empty() && !folder.isEmpty())
+        finish(Operation::move, m_fileOperations->moveTo(std::move(nodes), folder), false);
+}
+
+void MainWindowModel::copyCleanupListTo(const QString& folder) {
+    copyTo(m_app.cleanupList().items(), folder);
+}
+
+void MainWindowModel::copyTo(std::vector<NodePtr> nodes, const QString& folder) {
+    if (!nodes.empty() && !folder.isEmpty())
+        finish(Operation::copy, m_fileOperations->copyTo(std::move(nodes), folder), false);
+}
+
+void MainWindowModel::removeDownloadOfCleanupList() {
+    std::vector<NodePtr> nodes = FileOperations::downloadedItems(m_app.cleanupList());
+    if (!nodes.empty())
+        finish(Operation::removeDownload, m_fileOperations->removeDownload(std::move(nodes)), true);
+}
+
+void MainWindowModel::removeDownload(const NodePtr& node) {
+    if (node)
+        finish(Operation::removeDownload, m_fileOperations->removeDownload({node}), false);
+}
+
+void MainWindowModel::finish(Operation operation, FileOperations::Outcome outcome,
+                             bool reportsReclaimed) {
+    emit operationFinished(OperationResult{operation, std::move(outcome), reportsReclaimed});
+}
+
+void MainWindowModel::applyOperationResult(const OperationResult& result) {
+    const FileOperations::Outcome& outcome = result.outcome;
+    if (result.operation != Operation::copy && outcome.succeeded > 0)
+        refreshAfterTreeChange();
+    if (!outcome.errors.empty()) {
+        m_operationErrors = outcome.errors;
+        m_showingErrorAlert = true;
+        emit operationErrorsChanged();
+    }
+    if (result.reportsReclaimed && outcome.reclaimedBytes >= kCoffeeMomentBytes &&
+        !m_coffeeMomentShownThisSession) {
+        m_coffeeMomentShownThisSession = true;
+        m_coffeeMomentBytes = outcome.reclaimedBytes;
+        emit coffeeMomentBytesChanged();
+    }
+}
+
+QString MainWindowModel::errorAlertTitle() {
+    return QStringLiteral("Some items couldn't be processed");
+}
+
+QString MainWindowModel::errorAlertMessage() const {
+    QStringList lines;
+    for (const OperationError& error : m_operationErrors)
+        lines << error.alertLine();
+    return lines.join(QLatin1Char('\n'));
+}
+
+void MainWindowModel::dismissErrorAlert() {
+    if (!m_showingErrorAlert)
+        return;
+    m_showingErrorAlert = false;
+    emit operationErrorsChanged();
+}
+
+void MainWindowModel::dismissCoffeeMoment() {
+    if (!m_coffeeMomentBytes)
+        return;
+    m_coffeeMomentBytes.reset();
+    emit coffeeMomentBytesChanged();
+}
+
+} // namespace ringfold

@@ -1,0 +1,201 @@
+// The main window's decisions without widgets, on a real scan of a fixture home folder
+// (a favourite) with a.mp3, big.bin, docs/{notes.md,b.pdf} and high-confidence junk in
+// .cache/thumbnails. Trashed items land in the fixture's own home trash ("data").
+
+#include "app/window/MainWindowModel.h"
+#include "app/coordination/AppState.h"
+#include "app/coordination/ScanCoordinator.h"
+#include "app/viewmodels/BiggestFilesViewModel.h"
+#include "app/viewmodels/CategoriesViewModel.h"
+#include "app/viewmodels/FileListViewModel.h"
+#include "app/viewmodels/SystemJunkViewModel.h"
+
+#include "AppTestSupport.h"
+#include "support/FixtureTree.h"
+
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <ctime>
+
+using namespace ringfold;
+using Sheet = MainWindowModel::Sheet;
+using Operation = MainWindowModel::Operation;
+
+class MainWindowModelTest : public QObject {
+    Q_OBJECT
+
+    test::FixtureTree m_fx;
+    std::unique_ptr<QTemporaryDir> m_state;
+    std::unique_ptr<QSettings> m_settings;
+    std::unique_ptr<AppState> m_app;
+    std::unique_ptr<MainWindowModel> m_window;
+
+    static QStringList names(const std::vector<NodePtr>& nodes) {
+        QStringList out;
+        for (const NodePtr& n : nodes)
+            out << QString::fromStdString(std::string(n->name()));
+        return out;
+    }
+    NodePtr node(const char* relative) {
+        return apptest::findShared(m_app->chart().rootNode(), QString::fromLatin1(relative));
+    }
+    // Selects the home folder and waits for its tree and its junk classification.
+    bool showHome() {
+        m_app->sidebar().setSelectedSourceID(m_app->sidebar().favorites().back().id);
+        return QTest::qWaitFor(
+            [this] { return m_app->chart().rootNode() && !m_window->systemJunk().isClassifying(); },
+            20000);
+    }
+
+private slots:
+    void initTestCase() {
+        m_fx.makeFolder("data");
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_fx.fullPath("data")));
+    }
+
+    void init() {
+        m_window.reset(); // before the state it was built on
+        // Written afresh for every test: the trash test takes some away.
+        m_fx.writeFiles({{"home/.cache/thumbnails/t.png", 4096},
+                         {"home/Music/a.mp3", 300000},
+                         {"home/docs/notes.md", 20000},
+                         {"home/docs/b.pdf", 50000},
+                         {"home/big.bin", 100000},
+                         {"mountinfo", 0}});
+        m_state = std::make_unique<QTemporaryDir>();
+        m_settings = std::make_unique<QSettings>(m_state->filePath("s.conf"), QSettings::IniFormat);
+        m_app = std::make_unique<AppState>(AppState::Options{
+            std::make_unique<FavoritesStore>(m_state->filePath("favorites.json")),
+            {.mountInfoPath = m_fx.fullPath("mountinfo"), .systemPaths = {}, .watchVolumes = false},
+            m_settings.get()});
+        m_app->sidebar().addFavorite(m_fx.fullPath("home"));
+
+        MainWindowModel::Options window;
+        window.systemJunk = std::make_unique<SystemJunkViewModel>(
+            [](std::vector<std::string>) {
+                return QtFuture::makeReadyFuture(SystemJunkViewModel::IDSet{});
+            },
+            [home = m_fx.fullPath("home")] { return JunkPlaces::forHome(home); },
+            [] { return Timestamp(std::time(nullptr)); });
+        m_window = std::make_unique<MainWindowModel>(*m_app, std::move(window));
+        m_window->coordinator().setDiagnostics(nullptr);
+        m_window->start();
+    }
+
+    void aNewRootRebuildsThePanelsAndSettingsRebuildTheirOwn() {
+        QVERIFY(m_window->showsDriveGallery());
+        m_app->sidebar().setSelectedSourceID(m_app->sidebar().favorites().back().id);
+        QVERIFY(m_window->showsScanOverlay() && !m_window->showsDriveGallery());
+        QVERIFY(showHome());
+        QVERIFY(!m_window->showsScanOverlay());
+
+        const auto& biggest = m_window->biggestFiles().entries();
+        QVERIFY(biggest.size() == 5 && biggest[0].node->name() == "a.mp3");
+        QCOMPARE(m_window->categories().summaries().front().category, FileCategory::audio);
+        const FileListViewModel& list = m_window->fileList();
+        QCOMPARE(list.displayRows().front()->name(), std::string_view("Music"));
+        QCOMPARE(m_window->systemJunk().groups().size(), std::size_t(1));
+        QCOMPARE(names(m_app->cleanupList().items()), QStringList{"thumbnails"}); // pre-selected
+
+        QSignalSpy entries(&m_window->biggestFiles(), &BiggestFilesViewModel::entriesChanged);
+        QSignalSpy categories(&m_window->categories(), &CategoriesViewModel::summariesChanged);
+        QSignalSpy rows(&m_window->fileList(), &FileListViewModel::displayRowsChanged);
+        m_app->settings().setBiggestFilesLimit(100); // the same five files: nothing new
+        QCOMPARE(entries.count(), 0);
+        m_app->settings().setBiggestFilesLimit(1);
+        QVERIFY(biggest.size() == 1 && entries.count() == 1);
+        m_app->settings().setSortFoldersToTop(false);
+        QCOMPARE(list.displayRows()[1]->name(), std::string_view("big.bin"));
+        QCOMPARE(categories.count() + rows.count(), 1);
+
+        m_window->showDriveGallery();
+        QVERIFY(!m_app->chart().rootNode() && m_window->showsDriveGallery());
+        QCOMPARE(biggest.size() + m_window->categories().summaries().size() +
+                     m_window->systemJunk().groups().size() + list.displayRows().size(),
+                 std::size_t(0));
+    }
+
+    void fileOperationResultsArriveLaterAndRefreshInOrder() {
+        QVERIFY(showHome());
+        QStringList order;
+        auto record = [&](auto* model, auto signal, const char* name) {
+            connect(model, signal, this, [&order, name] { order << name; });
+        };
+        record(&m_window->fileList(), &FileListViewModel::revisionChanged, "revision");
+        record(&m_window->fileList(), &FileListViewModel::displayRowsChanged, "rows");
+        record(&m_window->biggestFiles(), &BiggestFilesViewModel::entriesChanged, "biggest");
+        record(&m_window->categories(), &CategoriesViewModel::summariesChanged, "categories");
+        m_app->cleanupList().add(node("big.bin"));
+        m_app->cleanupList().add(node("docs/b.pdf"));
+        m_fx.remove("home/docs/b.pdf"); // gone behind the tree's back: its trash fails
+
+        m_window->requestTrashOfCleanupList();
+        QVERIFY(m_window->activeSheet() && m_window->activeSheet()->kind == Sheet::Kind::trash);
+        QCOMPARE(names(m_window->activeSheet()->nodes),
+                 (QStringList{"thumbnails", "big.bin", "b.pdf"}));
+        m_window->confirmTrash();
+        QVERIFY(!m_window->activeSheet());
+        QVERIFY(!node("big.bin") &&
+                !QFile::exists(QString::fromStdString(m_fx.fullPath("home/big.bin"))));
+        QVERIFY(order.isEmpty() && !m_window->showingErrorAlert());
+
+        QTRY_VERIFY(m_window->showingErrorAlert());
+        QCOMPARE(order, (QStringList{"revision", "rows", "biggest", "categories"}));
+        QCOMPARE(m_window->errorAlertMessage(), QStringLiteral("b.pdf: No such file or directory"));
+        QCOMPARE(names(m_app->cleanupList().items()), QStringList{"b.pdf"});
+    }
+
+    void coffeeMomentOncePerLaunchFromOneGiB() {
+        constexpr std::int64_t GiB = MainWindowModel::kCoffeeMomentBytes;
+        using Shown = std::optional<std::int64_t>;
+        for (auto [operation, reportsReclaimed, bytes, shown] :
+             {std::tuple{Operation::trash, true, GiB - 1, Shown()},
+              {Operation::removeDownload, false, 2 * GiB, Shown()}, // a row's
+              {Operation::trash, true, GiB, Shown(GiB)},
+              {Operation::trash, true, 3 * GiB, Shown()}}) { // once per launch
+            m_window->dismissCoffeeMoment();
+            emit m_window->operationFinished({operation, {{}, bytes, 1}, reportsReclaimed});
+            QVERIFY(!m_window->coffeeMomentBytes()); // applied on a later turn
+            QCoreApplication::processEvents();
+            QCOMPARE(m_window->coffeeMomentBytes(), shown);
+        }
+    }
+
+    void sheetsSelectionAndCommands() {
+        QVERIFY(showHome());
+        const NodePtr big = node("big.bin");
+        m_window->requestTrash(node(".cache")); // hidden, and hidden items are locked
+        QVERIFY(!m_window->activeSheet());
+        m_window->setSelectedNode(big);
+        m_window->deleteCommand();
+        QCOMPARE(names(m_window->activeSheet()->nodes), (QStringList{"thumbnails", "big.bin"}));
+        m_window->requestMove(big);
+        QVERIFY(m_window->activeSheet()->kind == Sheet::Kind::move);
+        m_window->confirmTrash(); // not a trash sheet: nothing happens
+        QCOMPARE(names(m_window->confirmMove()), QStringList{"big.bin"});
+        QVERIFY(!m_window->activeSheet() && m_window->confirmMove().empty());
+        m_window->showInfoForSelection();
+        QVERIFY(m_window->activeSheet()->kind == Sheet::Kind::itemInfo);
+        m_window->dismissSheet();
+
+        // A new tree of the same files: new nodes, the same total, and the selection
+        // belonged to the old tree.
+        const NodePtr oldRoot = m_app->chart().rootNode();
+        QSignalSpy total(&m_window->categories(), &CategoriesViewModel::totalBytesChanged);
+        QSignalSpy summaries(&m_window->categories(), &CategoriesViewModel::summariesChanged);
+        m_window->rescanSelectedSource();
+        QTRY_VERIFY(m_app->chart().rootNode() && m_app->chart().rootNode() != oldRoot);
+        QVERIFY(!m_window->selectedNode() && total.count() == 0 && summaries.count() == 1);
+
+        m_window->rescanSelectedSource();
+        m_window->cancelScan(); // the overlay's Cancel: back to the gallery
+        QVERIFY(m_window->showsDriveGallery() && !m_window->showsScanOverlay() &&
+                !m_app->chart().rootNode());
+    }
+};
+
+QTEST_GUILESS_MAIN(MainWindowModelTest)
+#include "MainWindowModelTest.moc"
