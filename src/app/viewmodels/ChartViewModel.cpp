@@ -133,7 +133,7 @@ void ChartViewModel::setSpaceAccounting(std::optional<SpaceAccounting> accountin
 }
 
 ChartViewModel::Navigation ChartViewModel::navigation() const {
-    return {m_rootNode,     m_focusedNode,    m_spaceAccounting, m_isVolumeRootedSource,
+    return {m_rootNode,      m_focusedNode,    m_spaceAccounting, m_isVolumeRootedSource,
             m_showFreeSpace, m_mapSelectionID, m_history,         m_historyIndex};
 }
 

@@ -25,8 +25,8 @@ namespace ringfold {
 
 enum class VisualizationMode { sunburst, treemap };
 /// Every mode, in the order the mode picker lists them.
-inline constexpr std::array<VisualizationMode, 2> allVisualizationModes{
-    VisualizationMode::sunburst, VisualizationMode::treemap};
+inline constexpr std::array<VisualizationMode, 2> allVisualizationModes{VisualizationMode::sunburst,
+                                                                        VisualizationMode::treemap};
 
 class ChartViewModel : public QObject {
     Q_OBJECT
