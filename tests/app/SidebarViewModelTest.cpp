@@ -1,47 +1,87 @@
-// The sources model over a sample mount table file, a sample sysfs/by-label tree and
-// a real favourites file under a temporary home.
+// The sources model over a sample mount table, udev database and favourites file in
+// a FixtureTree that is also the home folder. Capacities come from a test reader
+// that can hold a path's read the way a dead network server does.
 
 #include "app/viewmodels/SidebarViewModel.h"
+#include "app/coordination/ScanCoordinator.h"
+#include "app/stores/CleanupListStore.h"
+#include "app/viewmodels/ChartViewModel.h"
 
 #include "AppTestSupport.h"
+#include "support/FixtureTree.h"
 
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
+#include <condition_variable>
+#include <mutex>
 
 using namespace ringfold;
+using ringfold::test::FixtureTree;
 
 namespace {
 
 const char* const kRootLine = "27 1 8:2 / / rw,relatime - ext4 /dev/sda2 rw\n";
-const char* const kDiskLine =
+const char* const kStickLine =
     "30 27 8:17 / /run/media/ana/USB\\040STICK rw,nosuid - vfat /dev/sdb1 rw\n";
 const char* const kShareLine = "32 27 0:50 / /mnt/share rw - nfs4 server:/export rw\n";
 const char* const kDataLine = "33 27 8:3 / /data rw - ext4 /dev/sda3 rw\n";
+const std::string kStick = "/run/media/ana/USB STICK";
+
+// statvfs stand-in: counts reads per path and blocks reads of the held path.
+struct CapacityGate {
+    std::mutex mutex;
+    std::condition_variable cv;
+    std::string held;
+    std::map<std::string, int> started, finished;
+
+    std::optional<VolumeCapacity> read(const std::string& path) {
+        std::unique_lock lock(mutex);
+        ++started[path];
+        cv.wait(lock, [&] { return held != path; });
+        ++finished[path];
+        return VolumeCapacity{std::int64_t(path.size()) * 1000, std::int64_t(path.size())};
+    }
+    void hold(const std::string& path) {
+        std::lock_guard lock(mutex);
+        held = path;
+    }
+    void release() {
+        hold("");
+        cv.notify_all();
+    }
+    int count(std::map<std::string, int>& which, const std::string& path) {
+        std::lock_guard lock(mutex);
+        return which[path];
+    }
+};
 
 } // namespace
 
 class SidebarViewModelTest : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> m_home;
+    std::unique_ptr<FixtureTree> m_home;
+    std::shared_ptr<CapacityGate> m_gate;
     SidebarViewModel::Options m_options;
 
-    QString path(const QString& relative) const { return m_home->filePath(relative); }
-
-    void writeMountInfo(const QByteArray& text) {
-        QVERIFY(apptest::writeBytes(path("mountinfo"), text));
-    }
-
     std::unique_ptr<SidebarViewModel> makeModel() {
-        return std::make_unique<SidebarViewModel>(
-            std::make_unique<FavoritesStore>(path("data/Ringfold/favorites.json")), m_options);
+        return std::make_unique<SidebarViewModel>(std::make_unique<FavoritesStore>(favoritesFile()),
+                                                  m_options);
     }
-
-    const ScanSource* volumeAt(const SidebarViewModel& m, const std::string& url) {
+    QString favoritesFile() const {
+        return QString::fromStdString(m_home->fullPath("data/favorites.json"));
+    }
+    void mountTable(const std::string& text) { m_home->writeText("mountinfo", text); }
+    void stickUuid(const char* uuid) {
+        m_home->writeText("udev/b8:17", std::string("E:ID_FS_UUID=") + uuid + "\n");
+    }
+    static bool capacitiesRead(const SidebarViewModel& m) {
+        return m.thisComputer().volumeTotalCapacity &&
+               std::all_of(m.volumes().begin(), m.volumes().end(),
+                           [](const ScanSource& v) { return v.volumeTotalCapacity.has_value(); });
+    }
+    static const ScanSource* volumeAt(const SidebarViewModel& m, const std::string& url) {
         for (const ScanSource& v : m.volumes())
             if (v.url == url)
                 return &v;
@@ -50,113 +90,156 @@ class SidebarViewModelTest : public QObject {
 
 private slots:
     void init() {
-        m_home = std::make_unique<QTemporaryDir>();
-        qputenv("HOME", m_home->path().toLocal8Bit());
-        qputenv("XDG_CONFIG_HOME", path("config").toLocal8Bit());
-        QVERIFY(apptest::makeDir(path("Documents")));
+        m_home = std::make_unique<FixtureTree>();
+        qputenv("HOME", m_home->root().c_str());
+        qputenv("XDG_CONFIG_HOME", m_home->fullPath("config").c_str());
+        m_home->makeFolder("Documents");
+        m_gate = std::make_shared<CapacityGate>();
         m_options = {};
-        m_options.mountInfoPath = path("mountinfo").toStdString();
-        m_options.systemPaths.sysDevBlock = path("sys/dev/block").toStdString();
-        m_options.systemPaths.diskByLabel = path("dev/disk/by-label").toStdString();
+        m_options.mountInfoPath = m_home->fullPath("mountinfo");
+        m_options.systemPaths = {m_home->fullPath("sys"), m_home->fullPath("dev"),
+                                 m_home->fullPath("udev")};
         m_options.watchVolumes = false;
-        writeMountInfo(QByteArray(kRootLine) + kDiskLine + kShareLine + kDataLine);
+        m_options.readCapacity = [gate = m_gate](const std::string& p) { return gate->read(p); };
+        m_options.capacityTimeLimit = std::chrono::milliseconds(500);
+        mountTable(std::string(kRootLine) + kStickLine + kShareLine + kDataLine);
+        stickUuid("AAAA-1111");
     }
 
-    void thisComputerIsTheRootFileSystem() {
+    void cleanup() { m_gate->release(); }
+
+    void sourcesAreNamedAndClassified() {
+        m_home->writeText("udev/b8:2", "E:ID_FS_LABEL_ENC=debian\n");
         auto model = makeModel();
         const ScanSource& root = model->thisComputer();
         QCOMPARE(root.url, std::string("/"));
-        QCOMPARE(root.displayName, std::string("File System"));
+        QCOMPARE(root.displayName, std::string("debian"));
         QVERIFY(root.kind == ScanSourceKind::internalVolume);
-        QVERIFY(root.volumeTotalCapacity && *root.volumeTotalCapacity > 0);
-        QVERIFY(root.volumeAvailableCapacity);
-        QVERIFY(!root.lastScanDate && !root.lastScanWasRestricted);
         QCOMPARE(model->source(root.id), &root);
-
-        QVERIFY(apptest::makeDir(path("dev/disk/by-label")));
-        if (::mknod(path("dev/disk/by-label/debian").toLocal8Bit().constData(), S_IFBLK | 0600,
-                    makedev(8, 2)) != 0)
-            QSKIP("creating a block device node needs root");
-        QCOMPARE(makeModel()->thisComputer().displayName, std::string("debian"));
-    }
-
-    void volumesAreNamedAndClassified() {
-        auto model = makeModel();
         QCOMPARE(model->volumes().size(), std::size_t(3));
         const ScanSource& stick = model->volumes()[0];
         QCOMPARE(stick.displayName, std::string("USB STICK")); // no label: last component
-        QCOMPARE(model->volumes()[1].displayName, std::string("share"));
         QVERIFY(model->volumes()[1].kind == ScanSourceKind::networkVolume);
-        QVERIFY(model->volumes()[2].kind == ScanSourceKind::internalVolume);
-        QVERIFY(!model->volumes()[1].volumeTotalCapacity); // /mnt/share is not mounted here
         QCOMPARE(model->source(stick.id), &stick);
         QVERIFY(model->source(Uuid::generate()) == nullptr);
     }
 
-    void refreshKeepsIdentitiesAcrossRemounts() {
+    void capacitiesAreReadOffTheMainThreadWithATimeLimit() {
         auto model = makeModel();
+        // Nothing is read while the model is built; the figures arrive later.
+        QVERIFY(!model->thisComputer().volumeTotalCapacity &&
+                !model->volumes()[0].volumeTotalCapacity);
+        QTRY_VERIFY(capacitiesRead(*model));
+        QCOMPARE(model->volumes()[1].volumeTotalCapacity, std::optional<std::int64_t>(10000));
+        QCOMPARE(model->thisComputer().volumeAvailableCapacity, std::optional<std::int64_t>(1));
+
+        // The server goes away: its old figures are dropped after the time limit, the
+        // others are read again, and a later refresh does not wait for the hung read.
+        m_gate->hold("/mnt/share");
+        model->refreshVolumes();
+        QTRY_VERIFY(!model->volumes()[1].volumeTotalCapacity);
+        QVERIFY(model->volumes()[0].volumeTotalCapacity);
+        model->refreshVolumes();
+        QTRY_COMPARE(m_gate->count(m_gate->finished, kStick), 3);
+        QCOMPARE(m_gate->count(m_gate->started, "/mnt/share"), 2);
+        QCOMPARE(m_gate->count(m_gate->started, "/"), 1); // This Computer: once
+
+        m_gate->release();
+        QTRY_COMPARE(m_gate->count(m_gate->finished, "/mnt/share"), 2);
+        model->refreshVolumes();
+        QTRY_VERIFY(model->volumes()[1].volumeTotalCapacity);
+    }
+
+    void identityFollowsTheFileSystemNotThePlace() {
+        auto model = makeModel();
+        QSignalSpy vanished(model.get(), &SidebarViewModel::volumeVanished);
         QSignalSpy changed(model.get(), &SidebarViewModel::volumesChanged);
-        const Uuid stickID = model->volumes()[0].id;
-        const Uuid dataID = model->volumes()[2].id;
-        model->recordScan(stickID, 1700000000, 123456, true);
-        model->recordScan(dataID, 1700000001, 99, true);
-        QCOMPARE(changed.count(), 2);
-
-        model->refreshVolumes(); // same table: nothing but the restricted marks change
-        QCOMPARE(changed.count(), 3);
-        QVERIFY(!model->volumes()[0].lastScanWasRestricted);
+        const Uuid first = volumeAt(*model, kStick)->id;
+        const Uuid data = volumeAt(*model, "/data")->id;
+        model->recordScan(first, 1700000000, 123456, true);
+        QTRY_VERIFY(capacitiesRead(*model));
+        changed.clear();
+        model->refreshVolumes(); // the same table: only the restricted mark goes
+        QVERIFY(!volumeAt(*model, kStick)->lastScanWasRestricted);
         model->refreshVolumes();
-        QCOMPARE(changed.count(), 3);
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(vanished.count(), 0);
 
-        writeMountInfo(QByteArray(kRootLine) + kShareLine + kDataLine); // the stick goes
+        // Another stick with the same device and mount point is a new volume.
+        stickUuid("BBBB-2222");
         model->refreshVolumes();
-        QCOMPARE(model->volumes().size(), std::size_t(2));
-        QVERIFY(model->source(stickID) == nullptr);
+        const ScanSource* other = volumeAt(*model, kStick);
+        QVERIFY(other && other->id != first && !other->lastScanDate);
+        QCOMPARE(vanished.count(), 1);
+        QVERIFY(vanished.takeFirst().at(0).value<Uuid>() == first);
 
-        writeMountInfo(QByteArray(kRootLine) + kShareLine + kDataLine + kDiskLine); // and returns
+        mountTable(std::string(kRootLine) + kShareLine + kDataLine); // it goes
         model->refreshVolumes();
-        const ScanSource* stick = volumeAt(*model, "/run/media/ana/USB STICK");
-        QVERIFY(stick);
-        QVERIFY(stick->id == stickID);
-        QCOMPARE(stick->lastScanDate, std::optional<Timestamp>(1700000000));
+        QCOMPARE(vanished.count(), 1);
+        QVERIFY(model->source(first) == nullptr);
+
+        stickUuid("AAAA-1111"); // and the first one comes back
+        mountTable(std::string(kRootLine) + kShareLine + kDataLine + kStickLine);
+        model->refreshVolumes();
+        const ScanSource* stick = volumeAt(*model, kStick);
+        QVERIFY(stick && stick->id == first);
         QCOMPARE(stick->lastScanAllocatedSize, std::optional<std::int64_t>(123456));
         QVERIFY(!stick->lastScanWasRestricted);
-        QVERIFY(model->volumes()[1].id == dataID);
-        QCOMPARE(model->volumes()[1].lastScanAllocatedSize, std::optional<std::int64_t>(99));
+        QVERIFY(volumeAt(*model, "/data")->id == data);
+    }
+
+    void aVanishedVolumesCachedTreeIsReleased() {
+        m_home->writeFiles({{"vol/a.bin", 5000}, {"vol/sub/b.bin", 7000}});
+        const std::string line =
+            "40 27 8:2 / " + m_home->fullPath("vol") + " rw - ext4 /dev/sda2 rw\n";
+        mountTable(kRootLine + line);
+        auto model = makeModel();
+        ChartViewModel chart;
+        CleanupListStore cleanup;
+        ScanCoordinator coordinator(*model, chart, cleanup);
+        coordinator.setScanDiagnostics(apptest::quietDiagnostics());
+        const Uuid id = model->volumes().at(0).id;
+        model->setSelectedSourceID(id);
+        coordinator.handleSelectionChange();
+        QTRY_VERIFY(coordinator.scanCache().contains(id));
+        std::weak_ptr<FileNode> tree = coordinator.scanCache().at(id).root;
+
+        mountTable(kRootLine);
+        model->refreshVolumes();
+        QVERIFY(!coordinator.scanCache().contains(id));
+        coordinator.handleSelectionChange(); // the selected volume is gone: empty map
+        QVERIFY(!chart.rootNode());
+        QTRY_VERIFY(tree.expired());
     }
 
     void favouritesAddRemoveAndSave() {
         auto model = makeModel();
-        const QString file = path("data/Ringfold/favorites.json");
         QCOMPARE(model->favorites().size(), std::size_t(2)); // home and Documents
         QSignalSpy favorites(model.get(), &SidebarViewModel::favoritesChanged);
-
-        model->addFavorite(path("Projects").toStdString());
+        const std::string projects = m_home->fullPath("Projects");
+        model->addFavorite(projects);
         QCOMPARE(favorites.count(), 1);
         QCOMPARE(model->favorites().back().displayName, std::string("Projects"));
-        const QByteArray saved = apptest::readAll(file);
-        QVERIFY(saved.contains("Projects"));
+        QCOMPARE(FavoritesStore(favoritesFile()).load().size(), std::size_t(3));
 
-        // The same folder, spelt differently, is already a favourite: nothing happens.
-        QVERIFY(QFile::remove(file));
-        model->addFavorite(path("Projects/").toStdString(), "Other name");
-        model->addFavorite(path("Documents/../Projects").toStdString());
+        // The same folder, spelt differently, is already a favourite: nothing is saved.
+        QVERIFY(QFile::remove(favoritesFile()));
+        model->addFavorite(projects + "/", "Other name");
+        model->addFavorite(m_home->fullPath("Documents/../Projects"));
         QCOMPARE(favorites.count(), 1);
-        QVERIFY(!QFile::exists(file));
-
+        QVERIFY(!QFile::exists(favoritesFile()));
         model->addFavorite("/srv/media", "Media Library");
         QCOMPARE(model->favorites().back().displayName, std::string("Media Library"));
-        QCOMPARE(FavoritesStore(file).load().size(), std::size_t(4));
 
-        const Uuid projects = model->favorites()[2].id;
-        model->setSelectedSourceID(projects);
+        const Uuid selected = model->favorites()[2].id;
+        model->setSelectedSourceID(selected);
         QSignalSpy selection(model.get(), &SidebarViewModel::selectedSourceIDChanged);
         model->removeFavorite(model->favorites()[3].id); // not selected
         QCOMPARE(selection.count(), 0);
-        model->removeFavorite(projects);
+        model->removeFavorite(selected);
         QCOMPARE(selection.count(), 1);
         QVERIFY(!model->selectedSourceID());
-        QCOMPARE(FavoritesStore(file).load().size(), std::size_t(2));
+        QCOMPARE(FavoritesStore(favoritesFile()).load().size(), std::size_t(2));
     }
 
     void scanBookkeeping() {
@@ -212,9 +295,7 @@ private slots:
         model->resetFavoritesAndScanRecords();
         QVERIFY(running.stop_requested());
         QVERIFY(!model->selectedSourceID() && !model->scanningSourceID());
-        QCOMPARE(model->favorites().size(), std::size_t(2));
-        QCOMPARE(FavoritesStore(path("data/Ringfold/favorites.json")).load().size(),
-                 std::size_t(2));
+        QCOMPARE(FavoritesStore(favoritesFile()).load().size(), std::size_t(2));
         QVERIFY(!model->thisComputer().lastScanDate &&
                 !model->thisComputer().lastScanWasRestricted);
         QVERIFY(!model->volumes()[0].lastScanAllocatedSize);

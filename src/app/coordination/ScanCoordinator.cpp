@@ -24,7 +24,9 @@ bool isVolumeRooted(ScanSourceKind kind) {
 
 ScanCoordinator::ScanCoordinator(SidebarViewModel& sidebar, ChartViewModel& chart,
                                  CleanupListStore& cleanup, QObject* parent)
-    : QObject(parent), m_sidebar(sidebar), m_chart(chart), m_cleanup(cleanup) {}
+    : QObject(parent), m_sidebar(sidebar), m_chart(chart), m_cleanup(cleanup) {
+    connect(&m_sidebar, &SidebarViewModel::volumeVanished, this, &ScanCoordinator::dropCachedTree);
+}
 
 ScanCoordinator::~ScanCoordinator() {
     // Joining here, before QObject's destructor, keeps `this` valid for any thread
@@ -161,6 +163,16 @@ void ScanCoordinator::showTree(const ScanSource& source, NodePtr root,
     NodePtr old = m_chart.rootNode();
     m_chart.setRoot(std::move(root), accounting, isVolumeRooted(source.kind));
     releaseInBackground(std::move(old));
+}
+
+void ScanCoordinator::dropCachedTree(const Uuid& id) {
+    const auto cached = m_scanCache.find(id);
+    if (cached == m_scanCache.end())
+        return;
+    NodePtr root = std::move(cached->second.root);
+    m_scanCache.erase(cached);
+    releaseInBackground(std::move(root));
+    emit scanCacheChanged();
 }
 
 } // namespace ringfold

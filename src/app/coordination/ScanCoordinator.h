@@ -81,6 +81,8 @@ private:
     void scanEnded(Outcome outcome);
     void showTree(const ScanSource& source, NodePtr root, const SpaceAccounting& accounting);
     void reapThread(std::uint64_t serial);
+    /// A volume went away: its cached tree shows what is no longer there.
+    void dropCachedTree(const Uuid& id);
 
     SidebarViewModel& m_sidebar;
     ChartViewModel& m_chart;
