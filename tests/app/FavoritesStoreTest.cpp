@@ -23,16 +23,14 @@ class FavoritesStoreTest : public QObject {
 
     // A sources model that lists no volumes, over the default favourites file.
     std::unique_ptr<SidebarViewModel> sidebar() {
-        m_home->writeText("mountinfo", "");
         SidebarViewModel::Options o;
-        o.mountInfoPath = m_home->fullPath("mountinfo");
+        o.mountInfoPath = m_home->fullPath("no-mountinfo");
         o.watchVolumes = false;
         return std::make_unique<SidebarViewModel>(nullptr, o);
     }
 
 private slots:
     void init() {
-        // No user-dirs.dirs, so the standard folders are the plain ~/Desktop, ...
         m_home = std::make_unique<FixtureTree>();
         qputenv("HOME", m_home->root().c_str());
         qputenv("XDG_DATA_HOME", m_home->fullPath("data").c_str());
@@ -42,14 +40,11 @@ private slots:
     void fileHasTheExactFormat() {
         FavoritesStore store(path("f/favorites.json"));
         store.save({makeFavoriteSource(*Uuid::parse("0f8e3c1a-5b2d-4e6f-9a7b-1c2d3e4f5a6b"),
-                                       "/srv/a \"b\"\\c",
-                                       "\xC3\x9c"
-                                       "ber\tName")});
+                                       "/srv/a \"b\"\\c", "\u00DCber\tName")});
         QCOMPARE(readAll(store.filePath()),
                  QByteArray("[\n"
                             "  {\n"
-                            "    \"displayName\" : \"\xC3\x9c"
-                            "ber\\tName\",\n"
+                            "    \"displayName\" : \"\u00DCber\\tName\",\n"
                             "    \"id\" : \"0F8E3C1A-5B2D-4E6F-9A7B-1C2D3E4F5A6B\",\n"
                             "    \"path\" : \"\\/srv\\/a \\\"b\\\"\\\\c\"\n"
                             "  }\n"
@@ -66,14 +61,6 @@ private slots:
             makeFavoriteSource(Uuid::generate(), "/tmp/x y/ß", "x \"quoted\" / name")};
         store.save(saved);
         QVERIFY(FavoritesStore(store.filePath()).load() == saved);
-
-        // Hand-written files: any key order, lower-case ids, escaped slashes.
-        m_home->writeText("favorites.json", R"([{"path":"\/data","displayName":"D",)"
-                                            R"("id":"0f8e3c1a-5b2d-4e6f-9a7b-1c2d3e4f5a6b"}])");
-        const auto loaded = store.load();
-        QCOMPARE(loaded.size(), std::size_t(1));
-        QCOMPARE(loaded[0].url, std::string("/data"));
-        QCOMPARE(loaded[0].id.toString(), std::string("0F8E3C1A-5B2D-4E6F-9A7B-1C2D3E4F5A6B"));
 
         // A file that cannot be written (its folder is a file) fails silently.
         m_home->writeFile("blocker", 1);

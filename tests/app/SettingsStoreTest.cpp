@@ -1,7 +1,6 @@
 // Preferences loading, write-through and change signals, against real INI files.
 
 #include "app/stores/SettingsStore.h"
-
 #include "support/FixtureTree.h"
 
 #include <QSettings>
@@ -26,42 +25,30 @@ class SettingsStoreTest : public QObject {
     }
 
 private slots:
-    void loading_data() {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("stored");
-        QTest::addColumn<QString>("loaded");
-        QTest::addColumn<bool>("keyKept");
-        auto row = [](const char* key, const char* stored, const char* loaded, bool kept = true) {
-            QTest::newRow(qPrintable(QStringLiteral("%1=%2").arg(key, stored)))
-                << key << stored << loaded << kept;
-        };
-        row("groupHiddenItems", "false", "false"); // present, so the default true loses
-        row("groupHiddenItems", "maybe", "false");
-        row("sortFoldersToTop", "1", "true");
-        row("biggestFilesLimit", "5", "5"); // below the stepper, kept
-        row("biggestFilesLimit", "99999999999", "2147483647");
-        row("biggestFilesLimit", "lots", "0");
-        row("diagnosticReportsAgeDays", "12.9", "12");
-        row("appearanceMode", "Dark", "system"); // raw values are case-sensitive
-        // Thresholds outside what the sliders offer are dropped for good.
-        row("smallerObjectsThresholdPercent", "0.005", "0.005");
-        row("smallerObjectsThresholdPercent", "0.05", "0.05");
-        row("smallerObjectsThresholdPercent", "0.0501", "0", false);
-        row("smallerObjectsThresholdPercent", "-0.001", "0", false);
-        row("smallerObjectsThresholdPercent", "nan", "0", false);
-    }
-
     void loading() {
-        QFETCH(QString, key);
-        QFETCH(QString, stored);
-        QFETCH(QString, loaded);
-        QFETCH(bool, keyKept);
-        auto s = settingsFile((key + "=" + stored).toStdString());
-        SettingsStore store(s.get());
-        const QVariant value = key == "appearanceMode" ? rawValue(store.appearanceMode())
-                                                       : store.property(qPrintable(key));
-        QCOMPARE(value.toString(), loaded);
-        QCOMPARE(s->contains(key), keyKept);
+        // key, stored text, loaded value, whether the key stays in the file
+        const std::vector<std::tuple<QString, QString, QString, bool>> cases{
+            {"groupHiddenItems", "false", "false", true}, // present: the default true loses
+            {"groupHiddenItems", "maybe", "false", true},
+            {"sortFoldersToTop", "1", "true", true},
+            {"biggestFilesLimit", "5", "5", true}, // below the stepper, kept
+            {"biggestFilesLimit", "99999999999", "2147483647", true},
+            {"biggestFilesLimit", "lots", "0", true},
+            {"diagnosticReportsAgeDays", "12.9", "12", true},
+            {"appearanceMode", "Dark", "system", true}, // raw values are case-sensitive
+            // Thresholds outside what the sliders offer are dropped for good.
+            {"smallerObjectsThresholdPercent", "0.005", "0.005", true},
+            {"smallerObjectsThresholdPercent", "0.05", "0.05", true},
+            {"smallerObjectsThresholdPercent", "0.0501", "0", false},
+            {"smallerObjectsThresholdPercent", "-0.001", "0", false},
+            {"smallerObjectsThresholdPercent", "nan", "0", false}};
+        for (const auto& [key, stored, loaded, kept] : cases) {
+            auto s = settingsFile((key + "=" + stored).toStdString());
+            SettingsStore store(s.get());
+            const QVariant value = key == "appearanceMode" ? rawValue(store.appearanceMode())
+                                                           : store.property(qPrintable(key));
+            QVERIFY2(value.toString() == loaded && s->contains(key) == kept, qPrintable(stored));
+        }
     }
 
     void assignmentsWriteThroughAndSignalOnlyRealChanges() {
@@ -74,7 +61,6 @@ private slots:
         store.setBiggestFilesLimit(350);
         store.setAppearanceMode(AppearanceMode::light);
         store.setSmallerObjectsThresholdPercent(0.042);
-        store.setCacheStalenessAgeDays(21);
         store.setPreviewPaneWidth(312.5);
         // Equal values still reach the store (the key comes back) but signal nothing.
         store.setGroupHiddenItems(true);
@@ -89,7 +75,6 @@ private slots:
         QCOMPARE(again.biggestFilesLimit(), 350);
         QCOMPARE(again.appearanceMode(), AppearanceMode::light);
         QCOMPARE(again.smallerObjectsThresholdPercent(), 0.042);
-        QCOMPARE(again.cacheStalenessAgeDays(), 21);
         QCOMPARE(again.previewPaneWidth(), 312.5);
     }
 };
