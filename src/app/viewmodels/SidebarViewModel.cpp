@@ -151,6 +151,10 @@ void SidebarViewModel::notifySourceChanged(const ScanSource* source) {
 }
 
 void SidebarViewModel::refreshVolumes() {
+    const auto fileSystemOf = [this](const Uuid& id) {
+        const auto it = m_volumeFileSystems.find(id);
+        return it == m_volumeFileSystems.end() ? std::string() : it->second;
+    };
     std::vector<ScanSource> next;
     std::map<Uuid, std::string> fileSystems;
     for (const MountEntry& entry : MountTable::userVolumes(mountTable())) {
@@ -162,7 +166,7 @@ void SidebarViewModel::refreshVolumes() {
         const VolumeKey key{v.url, MountTable::fileSystemIdentity(entry, m_options.systemPaths)};
         const ScanSource* known = nullptr;
         for (const ScanSource& old : m_volumes)
-            if (old.url == v.url && m_volumeFileSystems[old.id] == key.second)
+            if (old.url == v.url && fileSystemOf(old.id) == key.second)
                 known = &old;
         if (known) {
             // Still mounted: keep the figures until the new ones arrive.
@@ -187,7 +191,7 @@ void SidebarViewModel::refreshVolumes() {
     for (const ScanSource& old : m_volumes) {
         if (!fileSystems.contains(old.id)) {
             vanished.push_back(old.id);
-            m_departedVolumes[{old.url, m_volumeFileSystems[old.id]}] = old;
+            m_departedVolumes[{old.url, fileSystemOf(old.id)}] = old;
         }
     }
     for (const ScanSource& v : next)

@@ -121,13 +121,13 @@ private:
     void setCapacity(const std::string& path, std::optional<VolumeCapacity> capacity);
 
     struct CapacityReads;
-    // A volume as remembered across refreshes: its source and its file system.
-    using VolumeKey = std::pair<std::string, std::string>; // mount point, file system
+    // Where a volume was mounted and which file system it was (fileSystemIdentity).
+    using VolumeKey = std::pair<std::string, std::string>;
 
     ScanSource m_thisComputer;
     std::vector<ScanSource> m_volumes;
     std::vector<ScanSource> m_favorites;
-    std::map<Uuid, std::string> m_volumeFileSystems;
+    std::map<Uuid, std::string> m_volumeFileSystems; // of each listed volume
     // Volumes that were unmounted: a remount of the same file system at the same
     // place gets its identity and last-scan record back.
     std::map<VolumeKey, ScanSource> m_departedVolumes;
