@@ -76,7 +76,7 @@ private slots:
         MainWindowModel::Options window;
         window.systemJunk = std::make_unique<SystemJunkViewModel>(
             [](std::vector<std::string>) {
-                return QtFuture::makeReadyFuture(SystemJunkViewModel::IDSet{});
+                return QtFuture::makeReadyFuture(SystemJunkViewModel::Orphans{});
             },
             [home = m_fx.fullPath("home")] { return JunkPlaces::forHome(home); },
             [] { return Timestamp(std::time(nullptr)); });

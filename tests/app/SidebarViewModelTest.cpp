@@ -1,214 +1,165 @@
-// The sources model over a sample mount table file, a sample sysfs/by-label tree and
-// a real favourites file under a temporary home.
+// The sources model over a sample mount table, udev database and favourites file in
+// a FixtureTree used as home; capacities come from a stand-in for statvfs.
 
 #include "app/viewmodels/SidebarViewModel.h"
+#include "app/coordination/ScanCoordinator.h"
+#include "app/stores/CleanupListStore.h"
+#include "app/viewmodels/ChartViewModel.h"
 
 #include "AppTestSupport.h"
+#include "support/FixtureTree.h"
 
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
+#include <atomic>
+#include <mutex>
+#include <thread>
 
 using namespace ringfold;
+using ringfold::test::FixtureTree;
 
 namespace {
 
 const char* const kRootLine = "27 1 8:2 / / rw,relatime - ext4 /dev/sda2 rw\n";
-const char* const kDiskLine =
-    "30 27 8:17 / /run/media/ana/USB\\040STICK rw,nosuid - vfat /dev/sdb1 rw\n";
 const char* const kShareLine = "32 27 0:50 / /mnt/share rw - nfs4 server:/export rw\n";
-const char* const kDataLine = "33 27 8:3 / /data rw - ext4 /dev/sda3 rw\n";
+
+// Counts reads per path; a read of /mnt/share hangs while its server is down.
+struct FakeStatvfs {
+    std::mutex mutex;
+    std::map<std::string, int> reads;
+    std::atomic<bool> serverDown = false;
+
+    std::optional<VolumeCapacity> read(const std::string& path) {
+        count(path, 1);
+        while (path == "/mnt/share" && serverDown)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        return VolumeCapacity{std::int64_t(path.size()) * 1000, std::int64_t(path.size())};
+    }
+    int count(const std::string& path, int add = 0) {
+        std::lock_guard lock(mutex);
+        return reads[path] += add;
+    }
+};
 
 } // namespace
 
 class SidebarViewModelTest : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> m_home;
+    std::unique_ptr<FixtureTree> m_home;
+    std::shared_ptr<FakeStatvfs> m_statvfs;
     SidebarViewModel::Options m_options;
-
-    QString path(const QString& relative) const { return m_home->filePath(relative); }
-
-    void writeMountInfo(const QByteArray& text) {
-        QVERIFY(apptest::writeBytes(path("mountinfo"), text));
-    }
+    std::string m_stickLine; // a USB stick mounted on a real folder, so it can be scanned
 
     std::unique_ptr<SidebarViewModel> makeModel() {
         return std::make_unique<SidebarViewModel>(
-            std::make_unique<FavoritesStore>(path("data/Ringfold/favorites.json")), m_options);
+            std::make_unique<FavoritesStore>(QString::fromStdString(m_home->fullPath("fav.json"))),
+            m_options);
     }
-
-    const ScanSource* volumeAt(const SidebarViewModel& m, const std::string& url) {
-        for (const ScanSource& v : m.volumes())
-            if (v.url == url)
-                return &v;
-        return nullptr;
+    void mountTable(const std::string& text) { m_home->writeText("mountinfo", text); }
+    void stickUuid(const char* uuid) {
+        m_home->writeText("udev/b8:17", std::string("E:ID_FS_UUID=") + uuid + "\n");
+    }
+    static bool capacitiesRead(const SidebarViewModel& m) {
+        return m.thisComputer().volumeTotalCapacity && m.volumes()[0].volumeTotalCapacity &&
+               m.volumes()[1].volumeTotalCapacity;
     }
 
 private slots:
     void init() {
-        m_home = std::make_unique<QTemporaryDir>();
-        qputenv("HOME", m_home->path().toLocal8Bit());
-        qputenv("XDG_CONFIG_HOME", path("config").toLocal8Bit());
-        QVERIFY(apptest::makeDir(path("Documents")));
-        m_options = {};
-        m_options.mountInfoPath = path("mountinfo").toStdString();
-        m_options.systemPaths.sysDevBlock = path("sys/dev/block").toStdString();
-        m_options.systemPaths.diskByLabel = path("dev/disk/by-label").toStdString();
+        m_home = std::make_unique<FixtureTree>();
+        qputenv("HOME", m_home->root().c_str()); // the default favourite
+        m_statvfs = std::make_shared<FakeStatvfs>();
+        m_options.mountInfoPath = m_home->fullPath("mountinfo");
+        m_options.systemPaths = {m_home->fullPath("sys"), m_home->fullPath("dev"),
+                                 m_home->fullPath("udev")};
         m_options.watchVolumes = false;
-        writeMountInfo(QByteArray(kRootLine) + kDiskLine + kShareLine + kDataLine);
+        m_options.readCapacity = [fake = m_statvfs](const std::string& p) { return fake->read(p); };
+        m_options.capacityTimeLimit = std::chrono::milliseconds(500);
+        m_home->writeFiles({{"USB STICK/a.bin", 5000}, {"USB STICK/sub/b.bin", 7000}});
+        m_stickLine =
+            "30 27 8:17 / " + m_home->fullPath("USB\\040STICK") + " rw - vfat /dev/sdb1 rw\n";
+        mountTable(kRootLine + m_stickLine + kShareLine);
+        stickUuid("AAAA-1111");
     }
 
-    void thisComputerIsTheRootFileSystem() {
+    void sourcesAndCapacitiesReadOffTheMainThread() {
+        m_home->writeText("udev/b8:2", "E:ID_FS_LABEL_ENC=debian\n");
         auto model = makeModel();
         const ScanSource& root = model->thisComputer();
-        QCOMPARE(root.url, std::string("/"));
-        QCOMPARE(root.displayName, std::string("File System"));
-        QVERIFY(root.kind == ScanSourceKind::internalVolume);
-        QVERIFY(root.volumeTotalCapacity && *root.volumeTotalCapacity > 0);
-        QVERIFY(root.volumeAvailableCapacity);
-        QVERIFY(!root.lastScanDate && !root.lastScanWasRestricted);
+        QVERIFY(root.url == "/" && root.displayName == "debian");
         QCOMPARE(model->source(root.id), &root);
-
-        QVERIFY(apptest::makeDir(path("dev/disk/by-label")));
-        if (::mknod(path("dev/disk/by-label/debian").toLocal8Bit().constData(), S_IFBLK | 0600,
-                    makedev(8, 2)) != 0)
-            QSKIP("creating a block device node needs root");
-        QCOMPARE(makeModel()->thisComputer().displayName, std::string("debian"));
-    }
-
-    void volumesAreNamedAndClassified() {
-        auto model = makeModel();
-        QCOMPARE(model->volumes().size(), std::size_t(3));
-        const ScanSource& stick = model->volumes()[0];
-        QCOMPARE(stick.displayName, std::string("USB STICK")); // no label: last component
-        QCOMPARE(model->volumes()[1].displayName, std::string("share"));
+        QCOMPARE(model->volumes()[0].displayName, std::string("USB STICK")); // last component
         QVERIFY(model->volumes()[1].kind == ScanSourceKind::networkVolume);
-        QVERIFY(model->volumes()[2].kind == ScanSourceKind::internalVolume);
-        QVERIFY(!model->volumes()[1].volumeTotalCapacity); // /mnt/share is not mounted here
-        QCOMPARE(model->source(stick.id), &stick);
-        QVERIFY(model->source(Uuid::generate()) == nullptr);
+        // Nothing is read while the model is built; the figures arrive later.
+        QVERIFY(!model->thisComputer().volumeTotalCapacity &&
+                !model->volumes()[0].volumeTotalCapacity);
+        QTRY_VERIFY(capacitiesRead(*model));
+        QCOMPARE(model->volumes()[1].volumeTotalCapacity, std::optional<std::int64_t>(10000));
+
+        // The server goes away: its old figures are dropped after the time limit, the
+        // others are read again, and a later refresh does not wait for the hung read.
+        m_statvfs->serverDown = true;
+        model->refreshVolumes();
+        QTRY_VERIFY(!model->volumes()[1].volumeTotalCapacity);
+        QVERIFY(model->volumes()[0].volumeTotalCapacity);
+        model->refreshVolumes();
+        QTRY_COMPARE(m_statvfs->count(m_home->fullPath("USB STICK")), 3);
+        QCOMPARE(m_statvfs->count("/mnt/share"), 2);
+        QCOMPARE(m_statvfs->count("/"), 1); // This Computer's are read once
+
+        m_statvfs->serverDown = false; // the server is back: the next refreshes read it again
+        QTRY_VERIFY((model->refreshVolumes(), model->volumes()[1].volumeTotalCapacity));
     }
 
-    void refreshKeepsIdentitiesAcrossRemounts() {
+    void identityFollowsTheFileSystemNotThePlace() {
         auto model = makeModel();
+        ChartViewModel chart;
+        CleanupListStore cleanup;
+        ScanCoordinator coordinator(*model, chart, cleanup);
+        coordinator.setDiagnostics(apptest::quietDiagnostics());
+        auto stick = [&] { return model->volumes().at(0); };
+        const Uuid first = stick().id;
+        model->setSelectedSourceID(first);
+        coordinator.handleSelectionChange();
+        QTRY_VERIFY(coordinator.scanCache().contains(first) && capacitiesRead(*model));
+        std::weak_ptr<FileNode> tree = coordinator.scanCache().at(first).root;
+
+        QSignalSpy vanished(model.get(), &SidebarViewModel::volumeVanished);
         QSignalSpy changed(model.get(), &SidebarViewModel::volumesChanged);
-        const Uuid stickID = model->volumes()[0].id;
-        const Uuid dataID = model->volumes()[2].id;
-        model->recordScan(stickID, 1700000000, 123456, true);
-        model->recordScan(dataID, 1700000001, 99, true);
+        QSignalSpy favorites(model.get(), &SidebarViewModel::favoritesChanged);
+        model->recordScan(first, 1700000000, 123456, true);
+        model->recordScan(first, 1700000000, 123456, true); // the same again: no signal
+        model->refreshVolumes(); // the same table: only the restricted mark goes
+        model->refreshVolumes();
+        QVERIFY(stick().id == first && !stick().lastScanWasRestricted);
         QCOMPARE(changed.count(), 2);
+        QCOMPARE(vanished.count() + favorites.count(), 0);
+        model->clearLastScan(model->favorites()[0].id); // nothing recorded: no signal
+        model->recordScan(model->favorites()[0].id, 1, 2, false);
+        model->clearLastScan(model->favorites()[0].id);
+        QCOMPARE(favorites.count(), 2);
+        QVERIFY(!model->favorites()[0].lastScanDate && changed.count() == 2);
 
-        model->refreshVolumes(); // same table: nothing but the restricted marks change
-        QCOMPARE(changed.count(), 3);
-        QVERIFY(!model->volumes()[0].lastScanWasRestricted);
+        // Another stick with the same device and mount point is a new volume; the
+        // first one's cached tree goes, and once the map lets go of it, it is freed.
+        stickUuid("BBBB-2222");
         model->refreshVolumes();
-        QCOMPARE(changed.count(), 3);
-
-        writeMountInfo(QByteArray(kRootLine) + kShareLine + kDataLine); // the stick goes
+        QVERIFY(stick().id != first && !stick().lastScanDate);
+        QCOMPARE(vanished.count(), 1);
+        QVERIFY(vanished.takeFirst().at(0).value<Uuid>() == first);
+        QVERIFY(!coordinator.scanCache().contains(first));
+        coordinator.handleSelectionChange(); // the selected volume is gone: empty map
+        QVERIFY(!chart.rootNode());
+        QTRY_VERIFY(tree.expired());
+        stickUuid("AAAA-1111"); // and the first one is back in its place
         model->refreshVolumes();
-        QCOMPARE(model->volumes().size(), std::size_t(2));
-        QVERIFY(model->source(stickID) == nullptr);
-
-        writeMountInfo(QByteArray(kRootLine) + kShareLine + kDataLine + kDiskLine); // and returns
-        model->refreshVolumes();
-        const ScanSource* stick = volumeAt(*model, "/run/media/ana/USB STICK");
-        QVERIFY(stick);
-        QVERIFY(stick->id == stickID);
-        QCOMPARE(stick->lastScanDate, std::optional<Timestamp>(1700000000));
-        QCOMPARE(stick->lastScanAllocatedSize, std::optional<std::int64_t>(123456));
-        QVERIFY(!stick->lastScanWasRestricted);
-        QVERIFY(model->volumes()[1].id == dataID);
-        QCOMPARE(model->volumes()[1].lastScanAllocatedSize, std::optional<std::int64_t>(99));
-    }
-
-    void favouritesAddRemoveAndSave() {
-        auto model = makeModel();
-        const QString file = path("data/Ringfold/favorites.json");
-        QCOMPARE(model->favorites().size(), std::size_t(2)); // home and Documents
-        QSignalSpy favorites(model.get(), &SidebarViewModel::favoritesChanged);
-
-        model->addFavorite(path("Projects").toStdString());
-        QCOMPARE(favorites.count(), 1);
-        QCOMPARE(model->favorites().back().displayName, std::string("Projects"));
-        const QByteArray saved = apptest::readAll(file);
-        QVERIFY(saved.contains("Projects"));
-
-        // The same folder, spelt differently, is already a favourite: nothing happens.
-        QVERIFY(QFile::remove(file));
-        model->addFavorite(path("Projects/").toStdString(), "Other name");
-        model->addFavorite(path("Documents/../Projects").toStdString());
-        QCOMPARE(favorites.count(), 1);
-        QVERIFY(!QFile::exists(file));
-
-        model->addFavorite("/srv/media", "Media Library");
-        QCOMPARE(model->favorites().back().displayName, std::string("Media Library"));
-        QCOMPARE(FavoritesStore(file).load().size(), std::size_t(4));
-
-        const Uuid projects = model->favorites()[2].id;
-        model->setSelectedSourceID(projects);
-        QSignalSpy selection(model.get(), &SidebarViewModel::selectedSourceIDChanged);
-        model->removeFavorite(model->favorites()[3].id); // not selected
-        QCOMPARE(selection.count(), 0);
-        model->removeFavorite(projects);
-        QCOMPARE(selection.count(), 1);
-        QVERIFY(!model->selectedSourceID());
-        QCOMPARE(FavoritesStore(file).load().size(), std::size_t(2));
-    }
-
-    void scanBookkeeping() {
-        auto model = makeModel();
-        const Uuid a = model->volumes()[0].id;
-        const Uuid b = model->favorites()[0].id;
-        QSignalSpy scanning(model.get(), &SidebarViewModel::scanningSourceIDChanged);
-        model->beginScan(a);
-        model->beginScan(b); // replaces the first
-        QCOMPARE(model->scanningSourceID(), std::optional<Uuid>(b));
-        QCOMPARE(scanning.count(), 2);
-
-        model->finishScan(a); // a late finish of the replaced scan changes nothing
-        QCOMPARE(model->scanningSourceID(), std::optional<Uuid>(b));
-        model->finishScan(b);
-        QVERIFY(!model->scanningSourceID());
-
-        model->setSelectedSourceID(a);
-        model->beginScan(a);
-        model->cancelScan();
-        QVERIFY(!model->scanningSourceID() && !model->selectedSourceID());
-
-        model->recordScan(b, 1600000000, 42, false);
-        QSignalSpy favorites(model.get(), &SidebarViewModel::favoritesChanged);
-        model->recordScan(b, 1600000000, 42, false);
-        QCOMPARE(favorites.count(), 0);
-        model->clearLastScan(b);
-        QCOMPARE(favorites.count(), 1);
-        QVERIFY(!model->favorites()[0].lastScanDate &&
-                !model->favorites()[0].lastScanAllocatedSize);
-        model->clearLastScan(b);
-        QCOMPARE(favorites.count(), 1);
-    }
-
-    void resetRestoresDefaultsAndForgetsRecords() {
-        auto model = makeModel();
-        model->addFavorite("/srv/extra");
-        const Uuid stick = model->volumes()[0].id;
-        model->recordScan(model->thisComputer().id, 1, 2, true);
-        model->recordScan(stick, 3, 4, false);
-        model->setSelectedSourceID(stick);
-        model->beginScan(stick);
-
-        model->resetFavoritesAndScanRecords();
-        QVERIFY(!model->selectedSourceID() && !model->scanningSourceID());
-        QCOMPARE(model->favorites().size(), std::size_t(2));
-        QCOMPARE(FavoritesStore(path("data/Ringfold/favorites.json")).load().size(),
-                 std::size_t(2));
-        QVERIFY(!model->thisComputer().lastScanDate &&
-                !model->thisComputer().lastScanWasRestricted);
-        QVERIFY(!model->volumes()[0].lastScanAllocatedSize);
-        QVERIFY(model->volumes()[0].id == stick); // identities stay
+        QCOMPARE(vanished.count(), 1);
+        QVERIFY(stick().id == first && !stick().lastScanWasRestricted);
+        QCOMPARE(stick().lastScanAllocatedSize, std::optional<std::int64_t>(123456));
+        model->resetFavoritesAndScanRecords(); // the settings window's reset
+        QVERIFY(stick().id == first && !stick().lastScanDate);
     }
 };
 

@@ -136,6 +136,12 @@ void FixtureTree::writeFile(std::string_view rel, std::int64_t size, char fill) 
     writeData(f.fd, size, fill, rel);
 }
 
+void FixtureTree::writeText(std::string_view rel, std::string_view content) {
+    Fd f(create(rel));
+    if (::write(f.fd, content.data(), content.size()) != static_cast<ssize_t>(content.size()))
+        fail("write", rel);
+}
+
 void FixtureTree::writeFiles(
     std::initializer_list<std::pair<std::string_view, std::int64_t>> files) {
     for (const auto& [rel, size] : files)

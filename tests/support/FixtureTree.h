@@ -38,6 +38,8 @@ public:
     void makeFolder(std::string_view rel);
     /// A regular file of `size` bytes of real data (so its blocks are allocated).
     void writeFile(std::string_view rel, std::int64_t size, char fill = 'x');
+    /// A regular file holding exactly `content` (sample system files: mountinfo, sysfs).
+    void writeText(std::string_view rel, std::string_view content);
     /// Several files at once: {path, size} pairs.
     void writeFiles(std::initializer_list<std::pair<std::string_view, std::int64_t>> files);
     /// A file of logical size `logicalSize` holding real data only in its first

@@ -29,6 +29,7 @@ ScanCoordinator::ScanCoordinator(SidebarViewModel& sidebar, ChartViewModel& char
         if (m_currentSerial != 0 && m_sidebar.scanningSourceID() != m_currentSource)
             stopCurrentScan();
     });
+    connect(&m_sidebar, &SidebarViewModel::volumeVanished, this, &ScanCoordinator::dropCachedTree);
 }
 
 ScanCoordinator::~ScanCoordinator() {
@@ -196,6 +197,16 @@ void ScanCoordinator::showTree(const ScanSource& source, NodePtr root,
     NodePtr old = m_chart.rootNode();
     m_chart.setRoot(std::move(root), accounting, isVolumeRooted(source.kind));
     releaseInBackground(std::move(old));
+}
+
+void ScanCoordinator::dropCachedTree(const Uuid& id) {
+    const auto cached = m_scanCache.find(id);
+    if (cached == m_scanCache.end())
+        return;
+    NodePtr root = std::move(cached->second.root);
+    m_scanCache.erase(cached);
+    releaseInBackground(std::move(root));
+    emit scanCacheChanged();
 }
 
 } // namespace ringfold

@@ -96,6 +96,8 @@ private:
     void stopCurrentScan();
     void scanEnded(Outcome outcome);
     void showTree(const ScanSource& source, NodePtr root, const SpaceAccounting& accounting);
+    /// A volume went away: its cached tree shows what is no longer there.
+    void dropCachedTree(const Uuid& id);
 
     SidebarViewModel& m_sidebar;
     ChartViewModel& m_chart;

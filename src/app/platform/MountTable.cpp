@@ -88,6 +88,91 @@ bool readsOne(const std::string& path) {
     return !text.empty() && text[0] == '1';
 }
 
+std::string numbers(DeviceNumber dev) {
+    return std::to_string(dev.major) + ":" + std::to_string(dev.minor);
+}
+
+std::optional<DeviceNumber> parseDeviceNumber(std::string_view text) {
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
+        text.remove_suffix(1);
+    const std::size_t colon = text.find(':');
+    DeviceNumber dev;
+    if (colon == std::string_view::npos || !parseNumber(text.substr(0, colon), dev.major) ||
+        !parseNumber(text.substr(colon + 1), dev.minor))
+        return std::nullopt;
+    return dev;
+}
+
+std::string lastComponent(const std::string& path) {
+    const std::size_t slash = path.find_last_of('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+// One "E:KEY=value" property of a block device from udev's database.
+std::optional<std::string> udevProperty(const MountSystemPaths& paths, DeviceNumber dev,
+                                        std::string_view key) {
+    const std::string text = readSmallFile(paths.udevData + "/b" + numbers(dev));
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        const std::size_t eol = rest.find('\n');
+        const std::string_view line = rest.substr(0, eol);
+        rest = eol == std::string_view::npos ? std::string_view() : rest.substr(eol + 1);
+        if (line.size() > key.size() + 3 && line.substr(0, 2) == "E:" &&
+            line.substr(2, key.size()) == key && line[2 + key.size()] == '=')
+            return std::string(line.substr(3 + key.size()));
+    }
+    return std::nullopt;
+}
+
+// The name of the entry of a /dev/disk/by-* folder that is the device `dev`.
+std::optional<std::string> diskLinkName(const std::string& folder, DeviceNumber dev) {
+    DIR* dir = ::opendir(folder.c_str());
+    if (!dir)
+        return std::nullopt;
+    std::optional<std::string> found;
+    const dev_t wanted = makedev(dev.major, dev.minor);
+    while (dirent* d = ::readdir(dir)) {
+        const std::string_view name = d->d_name;
+        if (name == "." || name == "..")
+            continue;
+        struct stat st {};
+        if (::stat((folder + "/" + d->d_name).c_str(), &st) == 0 && S_ISBLK(st.st_mode) &&
+            st.st_rdev == wanted) {
+            found = decodeUdevName(name);
+            break;
+        }
+    }
+    ::closedir(dir);
+    return found;
+}
+
+// A device-mapper or md device (LUKS, LVM, RAID) lists the devices it is built on in
+// slaves/; the stack is followed down to the real disks.
+bool onRemovableHardware(const std::string& device, int depth) {
+    if (device.empty() || depth > 8)
+        return false;
+    if (device.find("/usb") != std::string::npos)
+        return true;
+    // A partition has no "removable" of its own; its disk (the parent folder) has.
+    if (readsOne(device + "/removable") || readsOne(device + "/../removable"))
+        return true;
+    const std::string slaves = device + "/slaves";
+    DIR* dir = ::opendir(slaves.c_str());
+    if (!dir)
+        return false;
+    bool removable = false;
+    while (dirent* d = ::readdir(dir)) {
+        const std::string_view name = d->d_name;
+        if (name != "." && name != ".." &&
+            onRemovableHardware(canonical(slaves + "/" + d->d_name), depth + 1)) {
+            removable = true;
+            break;
+        }
+    }
+    ::closedir(dir);
+    return removable;
+}
+
 } // namespace
 
 std::string MountTable::unescape(std::string_view field) {
@@ -156,48 +241,62 @@ bool MountTable::isUserVisible(const MountEntry& entry) {
     return !isAtOrUnder(point, "/run") || isAtOrUnder(point, "/run/media");
 }
 
+std::optional<DeviceNumber> MountTable::blockDeviceOf(const MountEntry& entry,
+                                                      const MountSystemPaths& paths) {
+    if (entry.major != 0)
+        return DeviceNumber{entry.major, entry.minor};
+    // The source names the device node, perhaps through a link (/dev/mapper/x is a
+    // link to /dev/dm-0); sysfs knows the numbers of every block device by name.
+    const std::string_view source = entry.source;
+    if (source.substr(0, 5) != "/dev/")
+        return std::nullopt;
+    std::string node = canonical(paths.devRoot + std::string(source.substr(4)));
+    if (node.empty())
+        node = entry.source;
+    return parseDeviceNumber(
+        readSmallFile(paths.sysRoot + "/class/block/" + lastComponent(node) + "/dev"));
+}
+
 ScanSourceKind MountTable::kindOf(const MountEntry& entry, const MountSystemPaths& paths) {
     if (isNetworkFileSystem(entry.fsType))
         return ScanSourceKind::networkVolume;
-    if (entry.major == 0) // no backing block device (fuse, btrfs subvolume views, ...)
+    const auto dev = blockDeviceOf(entry, paths);
+    if (!dev) // no block device at all (fuse, virtual file systems)
         return ScanSourceKind::internalVolume;
-    const std::string link =
-        paths.sysDevBlock + "/" + std::to_string(entry.major) + ":" + std::to_string(entry.minor);
-    const std::string device = canonical(link);
-    if (device.empty())
-        return ScanSourceKind::internalVolume;
-    if (device.find("/usb") != std::string::npos)
-        return ScanSourceKind::externalVolume;
-    // A partition has no "removable" of its own; its disk (the parent folder) has.
-    if (readsOne(device + "/removable") || readsOne(device + "/../removable"))
-        return ScanSourceKind::externalVolume;
-    return ScanSourceKind::internalVolume;
+    const std::string device = canonical(paths.sysRoot + "/dev/block/" + numbers(*dev));
+    return onRemovableHardware(device, 0) ? ScanSourceKind::externalVolume
+                                          : ScanSourceKind::internalVolume;
 }
 
 std::optional<std::string> MountTable::labelOf(const MountEntry& entry,
                                                const MountSystemPaths& paths) {
-    if (entry.major == 0 && entry.minor == 0)
-        return std::nullopt;
-    DIR* dir = ::opendir(paths.diskByLabel.c_str());
-    if (!dir)
+    const auto dev = blockDeviceOf(entry, paths);
+    if (!dev)
         return std::nullopt;
     std::string label;
-    const dev_t wanted = makedev(entry.major, entry.minor);
-    while (dirent* d = ::readdir(dir)) {
-        const std::string_view name = d->d_name;
-        if (name == "." || name == "..")
-            continue;
-        struct stat st {};
-        if (::stat((paths.diskByLabel + "/" + d->d_name).c_str(), &st) == 0 &&
-            S_ISBLK(st.st_mode) && st.st_rdev == wanted) {
-            label = decodeUdevName(name);
-            break;
-        }
-    }
-    ::closedir(dir);
+    if (const auto encoded = udevProperty(paths, *dev, "ID_FS_LABEL_ENC"))
+        label = decodeUdevName(*encoded);
+    else if (const auto linked = diskLinkName(paths.devRoot + "/disk/by-label", *dev))
+        label = *linked;
     if (label.empty())
         return std::nullopt;
     return label;
+}
+
+std::string MountTable::fileSystemIdentity(const MountEntry& entry, const MountSystemPaths& paths) {
+    // The mounted folder is part of it: two bind mounts of one disk show different trees.
+    const std::string folder = " " + entry.root;
+    if (const auto dev = blockDeviceOf(entry, paths)) {
+        std::optional<std::string> uuid = udevProperty(paths, *dev, "ID_FS_UUID");
+        if (!uuid)
+            uuid = diskLinkName(paths.devRoot + "/disk/by-uuid", *dev);
+        if (uuid && !uuid->empty())
+            return "uuid " + *uuid + folder;
+        return "device " + numbers(*dev) + " " + entry.source + folder;
+    }
+    // Without a block device the numbers are handed out afresh on every mount, so only
+    // the type and source (server:/export, the fuse helper's name) say which it is.
+    return entry.fsType + " " + entry.source + folder;
 }
 
 std::vector<MountEntry> MountTable::userVolumes(const std::vector<MountEntry>& table) {
@@ -209,8 +308,12 @@ std::vector<MountEntry> MountTable::userVolumes(const std::vector<MountEntry>& t
         std::erase_if(volumes, [&](const MountEntry& v) { return v.mountPoint == e.mountPoint; });
         volumes.push_back(e);
     }
-    // Bind mounts of single files (container DNS and host files) are not volumes.
+    // Bind mounts of single files (container DNS and host files) are not volumes. A
+    // network or fuse file system answers stat through its server, which may be gone,
+    // so only mounts of local disk file systems, whose root is in memory, are looked at.
     std::erase_if(volumes, [](const MountEntry& v) {
+        if (isNetworkFileSystem(v.fsType) || v.fsType.starts_with("fuse"))
+            return false;
         struct stat st {};
         return ::stat(v.mountPoint.c_str(), &st) == 0 && !S_ISDIR(st.st_mode);
     });

@@ -2,11 +2,14 @@
 // The system's mount table as read from /proc/self/mountinfo, and the rules that turn
 // it into the volumes a user would call drives: pseudo and hidden mounts left out,
 // each kept mount classed as internal, external (removable or USB-backed block
-// device) or network (by file system type), named by its file system label or its
-// mount point's last component, with capacities in bytes from statvfs.
+// device, also through device-mapper and md layers) or network (by file system
+// type), named by its file system label or its mount point's last component, and
+// told apart from another file system mounted at the same place later.
 //
-// The sysfs and /dev locations are parameters so the rules can be checked against
-// sample trees. Threads: pure functions and plain file reads, any thread.
+// The sysfs, /dev and udev database locations are parameters so the rules can be
+// checked against sample trees. Threads: any thread. Everything here except
+// volumeCapacity() reads only sysfs, devtmpfs and /run, which never wait on a disk or
+// a server; volumeCapacity() may hang on a dead network mount.
 
 #include "core/model/Types.h"
 
@@ -33,8 +36,17 @@ struct MountEntry {
 
 /// Where the system keeps the facts the volume rules read.
 struct MountSystemPaths {
-    std::string sysDevBlock = "/sys/dev/block";
-    std::string diskByLabel = "/dev/disk/by-label";
+    std::string sysRoot = "/sys";
+    std::string devRoot = "/dev";
+    /// udev's per-device property files ("b8:17" holds "E:ID_FS_UUID=...").
+    std::string udevData = "/run/udev/data";
+};
+
+/// A block device number.
+struct DeviceNumber {
+    unsigned major = 0;
+    unsigned minor = 0;
+    friend bool operator==(const DeviceNumber&, const DeviceNumber&) = default;
 };
 
 class MountTable {
@@ -50,19 +62,30 @@ public:
     /// under /proc, /sys, /dev, /snap, /boot/efi or /run (but /run/media is kept).
     static bool isUserVisible(const MountEntry& entry);
     static bool isNetworkFileSystem(std::string_view fsType);
-    /// network by file system type; external when the backing block device is
-    /// removable or hangs off USB; internal otherwise.
+    /// The block device holding the file system: the mount's own numbers, or for the
+    /// anonymous numbers (major 0) that btrfs reports, the device named by the source.
+    static std::optional<DeviceNumber> blockDeviceOf(const MountEntry& entry,
+                                                     const MountSystemPaths& paths = {});
+    /// network by file system type; external when the block device, or any device it
+    /// is layered on (an encrypted or LVM volume's slaves), is removable or hangs off
+    /// USB; internal otherwise.
     static ScanSourceKind kindOf(const MountEntry& entry, const MountSystemPaths& paths = {});
-    /// The label of the mount's block device, when it has one.
+    /// The label of the mount's file system, when it has one.
     static std::optional<std::string> labelOf(const MountEntry& entry,
                                               const MountSystemPaths& paths = {});
+    /// Tells this file system (and the folder of it that is mounted) from any other:
+    /// its UUID when udev or /dev/disk/by-uuid knows it, else its device numbers and
+    /// source. Two sticks that get the same device and mount point differ here.
+    static std::string fileSystemIdentity(const MountEntry& entry,
+                                          const MountSystemPaths& paths = {});
     /// The user-visible mounts in table order, one per mount point (the last mount on
-    /// a point hides earlier ones), without "/" and without mounts of plain files.
+    /// a point hides earlier ones), without "/" and without mounts of plain files
+    /// (looked for on local disk file systems only, where it cannot block).
     static std::vector<MountEntry> userVolumes(const std::vector<MountEntry>& table);
 };
 
 /// Total and available bytes of the file system holding `path` (statvfs); none when
-/// it cannot be read.
+/// it cannot be read. May block for as long as the file system's server is away.
 struct VolumeCapacity {
     std::int64_t total = 0;
     std::int64_t available = 0;

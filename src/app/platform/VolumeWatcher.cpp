@@ -8,16 +8,12 @@
 
 namespace ringfold {
 
-namespace {
-
-std::set<int> mountIDs(const std::string& path) {
-    std::set<int> ids;
+std::set<VolumeWatcher::MountKey> VolumeWatcher::readKeys(const std::string& path) {
+    std::set<MountKey> keys;
     for (const MountEntry& e : MountTable::read(path))
-        ids.insert(e.mountID);
-    return ids;
+        keys.emplace(e.mountID, e.mountPoint, e.major, e.minor, e.source);
+    return keys;
 }
-
-} // namespace
 
 VolumeWatcher::VolumeWatcher(std::function<void()> onChange, std::string mountInfoPath,
                              QObject* parent)
@@ -27,7 +23,7 @@ VolumeWatcher::VolumeWatcher(std::function<void()> onChange, std::string mountIn
     m_fd = ::open(m_path.c_str(), O_RDONLY | O_CLOEXEC);
     if (m_fd < 0)
         return;
-    m_mountIDs = mountIDs(m_path);
+    m_mounts = readKeys(m_path);
     m_notifier = new QSocketNotifier(m_fd, QSocketNotifier::Exception, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &VolumeWatcher::tableMayHaveChanged);
 }
@@ -46,13 +42,13 @@ void VolumeWatcher::tableMayHaveChanged() {
     while (::read(m_fd, buf, sizeof buf) > 0) {
     }
 
-    std::set<int> now = mountIDs(m_path);
+    std::set<MountKey> now = readKeys(m_path);
     int changes = 0;
-    for (int id : now)
-        changes += m_mountIDs.count(id) == 0 ? 1 : 0;
-    for (int id : m_mountIDs)
-        changes += now.count(id) == 0 ? 1 : 0;
-    m_mountIDs = std::move(now);
+    for (const MountKey& key : now)
+        changes += m_mounts.count(key) == 0 ? 1 : 0;
+    for (const MountKey& key : m_mounts)
+        changes += now.count(key) == 0 ? 1 : 0;
+    m_mounts = std::move(now);
 
     for (int i = 0; i < changes; ++i)
         QMetaObject::invokeMethod(

@@ -8,42 +8,33 @@ ChartViewModel::ChartViewModel(QObject* parent) : QObject(parent) {}
 
 void ChartViewModel::setRoot(NodePtr root, std::optional<SpaceAccounting> accounting,
                              bool isVolumeRooted) {
-    NodePtr focus = root;
-    setRootNode(std::move(root));
-    setSpaceAccounting(accounting);
-    setIsVolumeRootedSource(isVolumeRooted);
-    setShowFreeSpace(false);
-    setMapSelectionID(std::nullopt);
-    if (focus)
-        m_history.assign(1, focus);
-    else
-        m_history.clear();
-    emit historyChanged();
-    setHistoryIndex(focus ? 0 : -1);
-    setFocusedNode(std::move(focus));
+    Navigation next;
+    next.focus = root;
+    next.accounting = accounting;
+    next.isVolumeRooted = isVolumeRooted;
+    if (root) {
+        next.history.assign(1, root);
+        next.historyIndex = 0;
+    }
+    next.root = std::move(root);
+    apply(std::move(next));
 }
 
 void ChartViewModel::clearRoot() {
-    setRootNode(nullptr);
-    setMapSelectionID(std::nullopt);
-    if (!m_history.empty()) {
-        m_history.clear();
-        emit historyChanged();
-    }
-    setHistoryIndex(-1);
-    setFocusedNode(nullptr);
+    apply(Navigation{});
 }
 
 void ChartViewModel::focus(const NodePtr& node) {
     if (!node || (m_focusedNode && m_focusedNode == node))
         return;
-    const auto last = static_cast<int>(m_history.size()) - 1;
-    if (m_historyIndex < last)
-        m_history.erase(m_history.begin() + (m_historyIndex + 1), m_history.end());
-    m_history.push_back(node);
-    emit historyChanged();
-    setHistoryIndex(static_cast<int>(m_history.size()) - 1);
-    setFocusedNode(node);
+    Navigation next = navigation();
+    const auto last = static_cast<int>(next.history.size()) - 1;
+    if (next.historyIndex < last)
+        next.history.erase(next.history.begin() + (next.historyIndex + 1), next.history.end());
+    next.history.push_back(node);
+    next.historyIndex = static_cast<int>(next.history.size()) - 1;
+    next.focus = node;
+    apply(std::move(next));
 }
 
 void ChartViewModel::goUp() {
@@ -54,17 +45,19 @@ void ChartViewModel::goUp() {
 }
 
 void ChartViewModel::goBack() {
-    if (m_historyIndex <= 0)
+    if (!canGoBack())
         return;
-    setHistoryIndex(m_historyIndex - 1);
-    setFocusedNode(m_history[static_cast<std::size_t>(m_historyIndex)]);
+    Navigation next = navigation();
+    next.focus = next.history[static_cast<std::size_t>(--next.historyIndex)];
+    apply(std::move(next));
 }
 
 void ChartViewModel::goForward() {
     if (!canGoForward())
         return;
-    setHistoryIndex(m_historyIndex + 1);
-    setFocusedNode(m_history[static_cast<std::size_t>(m_historyIndex)]);
+    Navigation next = navigation();
+    next.focus = next.history[static_cast<std::size_t>(++next.historyIndex)];
+    apply(std::move(next));
 }
 
 void ChartViewModel::refreshAccounting() {
@@ -125,13 +118,6 @@ void ChartViewModel::setMapSelectionID(std::optional<NodeID> id) {
     emit mapSelectionIDChanged();
 }
 
-void ChartViewModel::setRootNode(NodePtr node) {
-    if (m_rootNode == node)
-        return;
-    m_rootNode = std::move(node);
-    emit rootNodeChanged();
-}
-
 void ChartViewModel::setFocusedNode(NodePtr node) {
     if (m_focusedNode == node)
         return;
@@ -146,18 +132,46 @@ void ChartViewModel::setSpaceAccounting(std::optional<SpaceAccounting> accountin
     emit spaceAccountingChanged();
 }
 
-void ChartViewModel::setIsVolumeRootedSource(bool value) {
-    if (m_isVolumeRootedSource == value)
-        return;
-    m_isVolumeRootedSource = value;
-    emit isVolumeRootedSourceChanged();
+ChartViewModel::Navigation ChartViewModel::navigation() const {
+    return {m_rootNode,      m_focusedNode,    m_spaceAccounting, m_isVolumeRootedSource,
+            m_showFreeSpace, m_mapSelectionID, m_history,         m_historyIndex};
 }
 
-void ChartViewModel::setHistoryIndex(int index) {
-    if (m_historyIndex == index)
-        return;
-    m_historyIndex = index;
-    emit historyIndexChanged();
+void ChartViewModel::apply(Navigation next) {
+    const bool root = m_rootNode != next.root;
+    const bool focus = m_focusedNode != next.focus;
+    const bool accounting = m_spaceAccounting != next.accounting;
+    const bool volumeRooted = m_isVolumeRootedSource != next.isVolumeRooted;
+    const bool freeSpace = m_showFreeSpace != next.showFreeSpace;
+    const bool selection = m_mapSelectionID != next.mapSelection;
+    const bool history = m_history != next.history;
+    const bool index = m_historyIndex != next.historyIndex;
+
+    m_rootNode = std::move(next.root);
+    m_focusedNode = std::move(next.focus);
+    m_spaceAccounting = next.accounting;
+    m_isVolumeRootedSource = next.isVolumeRooted;
+    m_showFreeSpace = next.showFreeSpace;
+    m_mapSelectionID = next.mapSelection;
+    m_history = std::move(next.history);
+    m_historyIndex = next.historyIndex;
+
+    if (root)
+        emit rootNodeChanged();
+    if (focus)
+        emit focusedNodeChanged();
+    if (accounting)
+        emit spaceAccountingChanged();
+    if (volumeRooted)
+        emit isVolumeRootedSourceChanged();
+    if (freeSpace)
+        emit showFreeSpaceChanged();
+    if (selection)
+        emit mapSelectionIDChanged();
+    if (history)
+        emit historyChanged();
+    if (index)
+        emit historyIndexChanged();
 }
 
 } // namespace ringfold

@@ -7,13 +7,16 @@
 // thread. Sizes are signed byte counts; node ids are NodeID (aggregates negative).
 //
 // Threads: main thread only. Every property has its own change signal, emitted only
-// when the value really changes.
+// when the value really changes. An operation that changes several properties sets
+// them all before it emits, once per changed property, so an observer never sees a
+// new root beside an old focus or history.
 
 #include "core/model/FileNode.h"
 #include "core/model/Types.h"
 
 #include <QObject>
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -21,6 +24,9 @@
 namespace ringfold {
 
 enum class VisualizationMode { sunburst, treemap };
+/// Every mode, in the order the mode picker lists them.
+inline constexpr std::array<VisualizationMode, 2> allVisualizationModes{VisualizationMode::sunburst,
+                                                                        VisualizationMode::treemap};
 
 class ChartViewModel : public QObject {
     Q_OBJECT
@@ -53,8 +59,8 @@ public:
     /// Installs a new tree: history [root], focus on the root, free space off, map
     /// selection cleared; mode, highlight and revision stay.
     void setRoot(NodePtr root, std::optional<SpaceAccounting> accounting, bool isVolumeRooted);
-    /// Empties the map (no root, no focus, no history, no map selection): the window
-    /// then shows the drive gallery. The caller releases the old root.
+    /// Empties the map (no root, focus, figures, history or map selection; free space
+    /// off): the window then shows the drive gallery. The caller releases the old root.
     void clearRoot();
 
     /// Navigates to a folder and records it, discarding the forward history. Focusing
@@ -101,10 +107,21 @@ public:
     void setFocusedNode(NodePtr node);
 
 private:
-    void setRootNode(NodePtr node);
+    // The properties that navigation and a new tree change together.
+    struct Navigation {
+        NodePtr root;
+        NodePtr focus;
+        std::optional<SpaceAccounting> accounting;
+        bool isVolumeRooted = false;
+        bool showFreeSpace = false;
+        std::optional<NodeID> mapSelection;
+        std::vector<NodePtr> history;
+        int historyIndex = -1;
+    };
+    Navigation navigation() const;
+    /// Installs all of `next`, then signals each property that changed.
+    void apply(Navigation next);
     void setSpaceAccounting(std::optional<SpaceAccounting> accounting);
-    void setIsVolumeRootedSource(bool value);
-    void setHistoryIndex(int index);
 
     NodePtr m_rootNode;
     NodePtr m_focusedNode;

@@ -3,9 +3,14 @@
 #include "app/platform/VolumeWatcher.h"
 
 #include <QDir>
+#include <QMetaObject>
 #include <QPointer>
+#include <QTimer>
 
 #include <algorithm>
+#include <mutex>
+#include <system_error>
+#include <thread>
 
 namespace ringfold {
 
@@ -23,13 +28,26 @@ std::string lastComponent(const std::string& path) {
     return clean.substr(slash + 1);
 }
 
-void applyCapacity(ScanSource& source) {
-    const auto capacity = volumeCapacity(source.url);
-    source.volumeTotalCapacity = capacity ? std::optional(capacity->total) : std::nullopt;
-    source.volumeAvailableCapacity = capacity ? std::optional(capacity->available) : std::nullopt;
+// Returns whether anything changed.
+bool applyCapacity(ScanSource& source, const std::optional<VolumeCapacity>& capacity) {
+    const auto total = capacity ? std::optional(capacity->total) : std::nullopt;
+    const auto available = capacity ? std::optional(capacity->available) : std::nullopt;
+    if (source.volumeTotalCapacity == total && source.volumeAvailableCapacity == available)
+        return false;
+    source.volumeTotalCapacity = total;
+    source.volumeAvailableCapacity = available;
+    return true;
 }
 
 } // namespace
+
+// Shared with the reading threads, which may outlive the model: `owner` is cleared
+// under the mutex when the model goes, so a thread never posts to a dead object.
+struct SidebarViewModel::CapacityReads {
+    std::mutex mutex;
+    SidebarViewModel* owner = nullptr;
+    std::set<std::string> inFlight; // paths whose read has not returned yet
+};
 
 SidebarViewModel::SidebarViewModel(std::unique_ptr<FavoritesStore> store, QObject* parent)
     : SidebarViewModel(std::move(store), Options{}, parent) {}
@@ -38,7 +56,11 @@ SidebarViewModel::SidebarViewModel(std::unique_ptr<FavoritesStore> store, Option
                                    QObject* parent)
     : QObject(parent),
       m_favoritesStore(store ? std::move(store) : std::make_unique<FavoritesStore>()),
-      m_options(std::move(options)) {
+      m_options(std::move(options)), m_capacityReads(std::make_shared<CapacityReads>()),
+      m_capacityDeadline(new QTimer(this)) {
+    m_capacityReads->owner = this;
+    m_capacityDeadline->setSingleShot(true);
+    connect(m_capacityDeadline, &QTimer::timeout, this, &SidebarViewModel::capacityTimeLimitPassed);
     const std::vector<MountEntry> table = mountTable();
     m_thisComputer.id = Uuid::generate();
     m_thisComputer.url = "/";
@@ -52,7 +74,7 @@ SidebarViewModel::SidebarViewModel(std::unique_ptr<FavoritesStore> store, Option
             break;
         }
     }
-    applyCapacity(m_thisComputer);
+    m_awaitedCapacities.insert(m_thisComputer.url); // read with the first volumes
 
     if (!m_favoritesStore->fileExists()) {
         m_favorites = m_favoritesStore->defaultFavorites();
@@ -74,7 +96,10 @@ SidebarViewModel::SidebarViewModel(std::unique_ptr<FavoritesStore> store, Option
     }
 }
 
-SidebarViewModel::~SidebarViewModel() = default;
+SidebarViewModel::~SidebarViewModel() {
+    std::lock_guard lock(m_capacityReads->mutex);
+    m_capacityReads->owner = nullptr;
+}
 
 std::vector<MountEntry> SidebarViewModel::mountTable() const {
     return MountTable::read(m_options.mountInfoPath);
@@ -111,31 +136,43 @@ ScanSource* SidebarViewModel::mutableSource(const Uuid& id) {
 }
 
 void SidebarViewModel::notifySourceChanged(const ScanSource* source) {
+    const auto in = [source](const std::vector<ScanSource>& list) {
+        return std::any_of(list.begin(), list.end(),
+                           [source](const ScanSource& s) { return &s == source; });
+    };
     if (source == &m_thisComputer)
         emit thisComputerChanged();
-    else if (source >= m_volumes.data() && source < m_volumes.data() + m_volumes.size())
+    else if (in(m_volumes))
         emit volumesChanged();
     else
         emit favoritesChanged();
 }
 
 void SidebarViewModel::refreshVolumes() {
+    const auto fileSystemOf = [this](const Uuid& id) {
+        const auto it = m_volumeFileSystems.find(id);
+        return it == m_volumeFileSystems.end() ? std::string() : it->second;
+    };
     std::vector<ScanSource> next;
+    std::map<Uuid, std::string> fileSystems;
     for (const MountEntry& entry : MountTable::userVolumes(mountTable())) {
         ScanSource v;
         v.url = entry.mountPoint;
         v.displayName =
             MountTable::labelOf(entry, m_options.systemPaths).value_or(lastComponent(v.url));
         v.kind = MountTable::kindOf(entry, m_options.systemPaths);
-        applyCapacity(v);
+        const VolumeKey key{v.url, MountTable::fileSystemIdentity(entry, m_options.systemPaths)};
         const ScanSource* known = nullptr;
         for (const ScanSource& old : m_volumes)
-            if (old.url == v.url)
+            if (old.url == v.url && fileSystemOf(old.id) == key.second)
                 known = &old;
-        if (!known) {
-            const auto departed = m_departedVolumes.find(v.url);
-            if (departed != m_departedVolumes.end())
-                known = &departed->second;
+        if (known) {
+            // Still mounted: keep the figures until the new ones arrive.
+            v.volumeTotalCapacity = known->volumeTotalCapacity;
+            v.volumeAvailableCapacity = known->volumeAvailableCapacity;
+        } else if (const auto departed = m_departedVolumes.find(key);
+                   departed != m_departedVolumes.end()) {
+            known = &departed->second;
         }
         if (known) {
             v.id = known->id;
@@ -144,16 +181,93 @@ void SidebarViewModel::refreshVolumes() {
         } else {
             v.id = Uuid::generate();
         }
+        fileSystems[v.id] = key.second;
         next.push_back(std::move(v));
     }
-    for (const ScanSource& old : m_volumes)
-        m_departedVolumes[old.url] = old;
+
+    std::vector<Uuid> vanished;
+    for (const ScanSource& old : m_volumes) {
+        if (!fileSystems.contains(old.id)) {
+            vanished.push_back(old.id);
+            m_departedVolumes[{old.url, fileSystemOf(old.id)}] = old;
+        }
+    }
     for (const ScanSource& v : next)
-        m_departedVolumes.erase(v.url);
-    if (next == m_volumes)
+        m_departedVolumes.erase({v.url, fileSystems[v.id]});
+    m_volumeFileSystems = std::move(fileSystems);
+
+    std::set<std::string> paths;
+    for (const ScanSource& v : next)
+        paths.insert(v.url);
+    if (next != m_volumes) {
+        m_volumes = std::move(next);
+        emit volumesChanged();
+    }
+    for (const Uuid& id : vanished)
+        emit volumeVanished(id);
+    readCapacities(std::move(paths));
+}
+
+void SidebarViewModel::readCapacities(std::set<std::string> paths) {
+    // This Computer's figures are read once; a refresh must not drop that read.
+    if (m_awaitedCapacities.contains(m_thisComputer.url))
+        paths.insert(m_thisComputer.url);
+    m_awaitedCapacities = paths;
+    if (paths.empty()) {
+        m_capacityDeadline->stop();
         return;
-    m_volumes = std::move(next);
-    emit volumesChanged();
+    }
+    m_capacityDeadline->start(m_options.capacityTimeLimit);
+    for (const std::string& path : paths) {
+        {
+            std::lock_guard lock(m_capacityReads->mutex);
+            // A read of this path still hangs: its answer, if it comes in time, serves.
+            if (!m_capacityReads->inFlight.insert(path).second)
+                continue;
+        }
+        try {
+            std::thread([reads = m_capacityReads, read = m_options.readCapacity, path] {
+                std::optional<VolumeCapacity> capacity = read(path);
+                std::lock_guard lock(reads->mutex);
+                reads->inFlight.erase(path);
+                if (SidebarViewModel* owner = reads->owner)
+                    QMetaObject::invokeMethod(
+                        owner, [owner, path, capacity] { owner->capacityArrived(path, capacity); },
+                        Qt::QueuedConnection);
+            }).detach();
+        } catch (const std::system_error&) {
+            std::lock_guard lock(m_capacityReads->mutex);
+            m_capacityReads->inFlight.erase(path); // no thread: the figures stay unknown
+        }
+    }
+}
+
+void SidebarViewModel::capacityArrived(const std::string& path,
+                                       std::optional<VolumeCapacity> capacity) {
+    if (m_awaitedCapacities.erase(path) == 0)
+        return; // too late, or for a volume that has gone
+    if (m_awaitedCapacities.empty())
+        m_capacityDeadline->stop();
+    setCapacity(path, capacity);
+}
+
+void SidebarViewModel::capacityTimeLimitPassed() {
+    const std::set<std::string> late = std::move(m_awaitedCapacities);
+    m_awaitedCapacities.clear();
+    for (const std::string& path : late)
+        setCapacity(path, std::nullopt);
+}
+
+void SidebarViewModel::setCapacity(const std::string& path,
+                                   std::optional<VolumeCapacity> capacity) {
+    if (m_thisComputer.url == path && applyCapacity(m_thisComputer, capacity))
+        emit thisComputerChanged();
+    bool changed = false;
+    for (ScanSource& v : m_volumes)
+        if (v.url == path)
+            changed |= applyCapacity(v, capacity);
+    if (changed)
+        emit volumesChanged();
 }
 
 void SidebarViewModel::setFavorites(std::vector<ScanSource> favorites) {
@@ -200,7 +314,7 @@ void SidebarViewModel::resetFavoritesAndScanRecords() {
     bool volumesChangedNow = false;
     for (ScanSource& v : m_volumes)
         volumesChangedNow |= forget(v);
-    for (auto& [url, departed] : m_departedVolumes)
+    for (auto& [key, departed] : m_departedVolumes)
         forget(departed);
     if (volumesChangedNow)
         emit volumesChanged();

@@ -1,14 +1,19 @@
 #pragma once
 // The places the user can scan: "This Computer" (the root file system), the other
 // mounted volumes in mount-table order, and the favourite folders in stored order;
-// the selection; which source is being scanned; each source's last-scan record and capacities
-// (bytes). Volume identities are fresh per run and survive remounts while the program runs;
-// favourite identities are persisted by the FavoritesStore. A VolumeWatcher keeps the volume list
-// current.
+// the selection; which source is being scanned; each source's last-scan record and
+// capacities (bytes). Volume identities are fresh per run and survive remounts of the
+// same file system while the program runs; favourite identities are persisted by the
+// FavoritesStore. A VolumeWatcher keeps the volume list current.
 //
-// Threads: main thread only. The scan itself belongs to the ScanCoordinator, which
-// stops it when `scanningSourceID` stops naming its source (cancelScan, or a new
-// beginScan).
+// Capacities come from statvfs, which hangs for as long as a network server is
+// away, so they are read on worker threads: a new volume's figures are unknown until
+// its read returns, and a read that outlasts the time limit leaves them unknown (a
+// hung read is not started again while it hangs, so it holds one thread at most).
+//
+// Threads: main thread only, apart from those capacity reads. The scan itself belongs
+// to the ScanCoordinator, which stops it when `scanningSourceID` stops naming its
+// source (cancelScan, or a new beginScan).
 
 #include "app/platform/MountTable.h"
 #include "app/stores/FavoritesStore.h"
@@ -16,10 +21,17 @@
 
 #include <QObject>
 
+#include <chrono>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
+#include <string>
+#include <utility>
 #include <vector>
+
+class QTimer;
 
 namespace ringfold {
 
@@ -34,6 +46,11 @@ public:
         std::string mountInfoPath = "/proc/self/mountinfo";
         MountSystemPaths systemPaths;
         bool watchVolumes = true;
+        /// Reads one volume's capacity on a worker thread; may block.
+        std::function<std::optional<VolumeCapacity>(const std::string&)> readCapacity =
+            volumeCapacity;
+        /// How long capacities may take before they are left unknown.
+        std::chrono::milliseconds capacityTimeLimit{5000};
     };
 
     /// A null store means the default favourites file.
@@ -55,10 +72,11 @@ public:
     /// This Computer, else the first volume, else the first favourite with that id.
     const ScanSource* source(const Uuid& id) const;
 
-    /// Re-reads the mounted volumes. A volume at a mount point seen before in this run
-    /// (listed now or unmounted since) keeps its id and last-scan date and size, takes
-    /// the new name, kind and capacities, and loses its restricted mark. The selection
-    /// is left alone.
+    /// Re-reads the mounted volumes and starts reading their capacities. The same file
+    /// system at a mount point seen before in this run (listed now or unmounted
+    /// since) keeps its id and last-scan date and size, takes the new name and kind,
+    /// and loses its restricted mark; another file system there is a new volume. The
+    /// selection is left alone.
     void refreshVolumes();
     /// Adds a favourite unless one has the same (cleaned) path; the name defaults to
     /// the folder's last path component. Saves the favourites.
@@ -85,6 +103,9 @@ signals:
     void favoritesChanged();
     void selectedSourceIDChanged();
     void scanningSourceIDChanged();
+    /// A volume left the list (unmounted, or another file system took its place);
+    /// whatever was kept of its contents is stale.
+    void volumeVanished(const ringfold::Uuid& id);
 
 private:
     ScanSource* mutableSource(const Uuid& id);
@@ -92,18 +113,30 @@ private:
     void setScanningSourceID(std::optional<Uuid> id);
     void setFavorites(std::vector<ScanSource> favorites);
     std::vector<MountEntry> mountTable() const;
+    void readCapacities(std::set<std::string> paths);
+    void capacityArrived(const std::string& path, std::optional<VolumeCapacity> capacity);
+    void capacityTimeLimitPassed();
+    void setCapacity(const std::string& path, std::optional<VolumeCapacity> capacity);
+
+    struct CapacityReads;
+    // Where a volume was mounted and which file system it was (fileSystemIdentity).
+    using VolumeKey = std::pair<std::string, std::string>;
 
     ScanSource m_thisComputer;
     std::vector<ScanSource> m_volumes;
     std::vector<ScanSource> m_favorites;
-    // Volumes that were unmounted, by mount point: a remount gets its identity and
-    // last-scan record back even when the unmount was seen first.
-    std::map<std::string, ScanSource> m_departedVolumes;
+    std::map<Uuid, std::string> m_volumeFileSystems; // of each listed volume
+    // Volumes that were unmounted: a remount of the same file system at the same
+    // place gets its identity and last-scan record back.
+    std::map<VolumeKey, ScanSource> m_departedVolumes;
     std::optional<Uuid> m_selectedSourceID;
     std::optional<Uuid> m_scanningSourceID;
     std::unique_ptr<FavoritesStore> m_favoritesStore;
     VolumeWatcher* m_volumeWatcher = nullptr;
     Options m_options;
+    std::shared_ptr<CapacityReads> m_capacityReads;
+    std::set<std::string> m_awaitedCapacities;
+    QTimer* m_capacityDeadline = nullptr;
 };
 
 } // namespace ringfold

@@ -10,9 +10,9 @@ namespace {
 // so the walk order decides between equal sizes.
 class BoundedMinHeap {
 public:
-    explicit BoundedMinHeap(std::size_t capacity) : m_capacity(capacity) {
-        m_nodes.reserve(capacity);
-    }
+    // No reserve: the limit comes from the settings file and may be far larger than
+    // the tree; the heap never holds more nodes than the tree has files.
+    explicit BoundedMinHeap(std::size_t capacity) : m_capacity(capacity) {}
 
     void offer(FileNode* f) {
         if (m_nodes.size() < m_capacity) {

@@ -55,6 +55,7 @@ TEST(BiggestFiles, TheLimitKeepsTheLargestAndFirstMetOnTies) {
               (std::vector<std::string>{"big", "inside", "after"}));
     EXPECT_TRUE(BiggestFiles::find(*t.root(), 0).empty());
     EXPECT_TRUE(BiggestFiles::find(*t.root(), -5).empty());
+    EXPECT_EQ(BiggestFiles::find(*t.root(), INT64_MAX).size(), 4u); // a hand-edited setting
 }
 
 TEST(BiggestFiles, AnyCutOffMatchesAFullSortOfTheFiles) {
