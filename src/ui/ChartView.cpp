@@ -37,7 +37,6 @@ ChartView::ChartView(ChartViewModel& model, CleanupListStore& cleanup, SettingsS
       m_inaccessibleCard(new MapInfoCard(this)), m_hiddenCard(new MapInfoCard(this)) {
     setMouseTracking(true);
     setAttribute(Qt::WA_OpaquePaintEvent);
-    setMinimumSize(120, 120);
 
     connect(&model, &ChartViewModel::focusedNodeChanged, this, &ChartView::focusChanged);
     connect(&model, &ChartViewModel::visualizationModeChanged, this, &ChartView::modeChanged);
