@@ -7,6 +7,7 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <cmath>
 
 namespace ringfold {
 
@@ -90,6 +91,69 @@ QPen hairlinePen(const QPainter& painter, QColor color, double width) {
     QPen pen(color, 0.0, Qt::SolidLine, Qt::FlatCap);
     pen.setCosmetic(true);
     return pen;
+}
+
+namespace {
+
+// Blends `ink` (premultiplied, 0 ... 1 per channel) at `coverage` into one pixel.
+inline void blendPixel(QRgb& px, const float ink[4], float coverage) {
+    const float keep = 1.0f - ink[3] * coverage;
+    auto mix = [&](int shift, float c) {
+        const float v = c * 255.0f * coverage + static_cast<float>((px >> shift) & 0xff) * keep;
+        return static_cast<QRgb>(std::min(v + 0.5f, 255.0f)) << shift;
+    };
+    px = mix(24, ink[3]) | mix(16, ink[0]) | mix(8, ink[1]) | mix(0, ink[2]);
+}
+
+void wuLine(QImage& image, QPointF a, QPointF b, const float ink[4]) {
+    const bool steep = std::abs(b.y() - a.y()) > std::abs(b.x() - a.x());
+    // Walk the major axis one pixel centre at a time; the minor axis splits coverage.
+    double ax = steep ? a.y() : a.x(), ay = steep ? a.x() : a.y();
+    double bx = steep ? b.y() : b.x(), by = steep ? b.x() : b.y();
+    if (ax > bx) {
+        std::swap(ax, bx);
+        std::swap(ay, by);
+    }
+    const double slope = bx > ax ? (by - ay) / (bx - ax) : 0.0;
+    const int w = image.width(), h = image.height();
+    const int majorLimit = steep ? h : w, minorLimit = steep ? w : h;
+    const int first = std::max(static_cast<int>(std::ceil(ax - 0.5)), 0);
+    const int last = std::min(static_cast<int>(std::floor(bx - 0.5)), majorLimit - 1);
+    auto* bits = reinterpret_cast<QRgb*>(image.bits());
+    const auto stride = image.bytesPerLine() / 4;
+    for (int i = first; i <= last; ++i) {
+        const double t = ay + slope * (i + 0.5 - ax) - 0.5;
+        const int j = static_cast<int>(std::floor(t));
+        const auto f = static_cast<float>(t - j);
+        for (int k = 0; k < 2; ++k) {
+            const int minor = j + k;
+            if (minor < 0 || minor >= minorLimit)
+                continue;
+            const int x = steep ? minor : i, y = steep ? i : minor;
+            blendPixel(bits[y * stride + x], ink, k == 0 ? 1.0f - f : f);
+        }
+    }
+}
+
+} // namespace
+
+void drawHairlines(QPainter& p, const std::vector<QLineF>& lines, const QPen& pen) {
+    auto* image = dynamic_cast<QImage*>(p.device());
+    const QTransform t = p.deviceTransform();
+    const bool direct = image && pen.isCosmetic() && pen.style() == Qt::SolidLine &&
+                        t.type() <= QTransform::TxScale && !p.hasClipping() &&
+                        (image->format() == QImage::Format_RGB32 ||
+                         image->format() == QImage::Format_ARGB32_Premultiplied);
+    if (!direct) {
+        p.setPen(pen);
+        p.drawLines(lines.data(), static_cast<int>(lines.size()));
+        return;
+    }
+    const QColor c = pen.color();
+    const float alpha = c.alphaF();
+    const float ink[4] = {c.redF() * alpha, c.greenF() * alpha, c.blueF() * alpha, alpha};
+    for (const QLineF& line : lines)
+        wuLine(*image, t.map(line.p1()), t.map(line.p2()), ink);
 }
 
 QPen separatorPen(const QPainter& painter, const MapStyle& style) {

@@ -13,6 +13,7 @@
 #include <QColor>
 #include <QFont>
 #include <QPainterPath>
+#include <QLineF>
 #include <QPen>
 #include <QPalette>
 #include <QSizeF>
@@ -94,6 +95,10 @@ QColor fillColor(const MapSegment& segment);
 /// one-pixel line with the same ink (opacity scaled by the width), which the raster
 /// engine draws many times faster than a sub-pixel outline and which looks the same.
 QPen hairlinePen(const QPainter& painter, QColor color, double width);
+/// Draws many straight hairlines in one go. For a cosmetic pen on a 32-bit image
+/// under a scale-and-move transform the lines are blended straight into the pixels
+/// (Wu's antialiased lines); anything else goes through QPainter::drawLines.
+void drawHairlines(QPainter& painter, const std::vector<QLineF>& lines, const QPen& pen);
 /// The line between segments.
 QPen separatorPen(const QPainter& painter, const MapStyle& style);
 /// The single colour that white at `whiteOpacity` laid over `fill` composes to, so a

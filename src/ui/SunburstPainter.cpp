@@ -181,14 +181,12 @@ void SunburstPainter::paintBase(QPainter& p) const {
     p.strokePath(rims, mapdraw::hairlinePen(p, white(0.4 * style.segmentGradientDepth), 1.0));
     const QPen separator = mapdraw::separatorPen(p, style);
     p.strokePath(arcs, separator);
-    p.setPen(separator);
-    p.drawLines(edges.data(), static_cast<int>(edges.size()));
+    mapdraw::drawHairlines(p, edges, separator);
     QPen twice = separator;
     QColor ink = separator.color();
     ink.setAlphaF(1 - (1 - ink.alphaF()) * (1 - ink.alphaF()));
     twice.setColor(ink);
-    p.setPen(twice);
-    p.drawLines(sharedEdges.data(), static_cast<int>(sharedEdges.size()));
+    mapdraw::drawHairlines(p, sharedEdges, twice);
 
     // Emphasis belongs to the overlay; the badges are part of the picture.
     for (const MapSegment& s : *m_scene.segments)
