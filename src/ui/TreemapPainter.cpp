@@ -73,11 +73,12 @@ void TreemapPainter::paintBase(QPainter& p) const {
             continue;
         }
         const QPainterPath path = roundedPath(rect, style.treemapCornerRadius);
-        p.fillPath(path, mapdraw::fillColor(s));
-        QLinearGradient shade(rect.center().x(), rect.top(), rect.center().x(), rect.bottom());
-        shade.setColorAt(0, white(0.26 * style.segmentGradientDepth));
-        shade.setColorAt(0.85, white(0));
-        p.fillPath(path, shade);
+        // The fill under a faint light from the top, composed into one gradient.
+        const QColor fill = mapdraw::fillColor(s);
+        QLinearGradient shaded(rect.center().x(), rect.top(), rect.center().x(), rect.bottom());
+        shaded.setColorAt(0, mapdraw::whiteOver(fill, 0.26 * style.segmentGradientDepth));
+        shaded.setColorAt(0.85, fill);
+        p.fillPath(path, shaded);
         p.strokePath(path, separatorPen);
         paintBadgeAndLabel(p, s, rect);
     }
