@@ -1,0 +1,178 @@
+#include "ui/MapInfoCard.h"
+
+#include "core/model/DisplayGrouping.h"
+#include "core/model/FileNode.h"
+#include "ui/MapScene.h"
+
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace ringfold {
+
+namespace {
+
+constexpr int kPadding = 12;
+constexpr int kHiddenCardMaxWidth = 300;
+constexpr int kHiddenRowsShown = 5;
+constexpr double kCornerRadius = 10.0;
+constexpr const char* kSecondaryProperty = "ringfoldSecondary";
+
+} // namespace
+
+MapInfoCard::MapInfoCard(QWidget* parent) : QFrame(parent), m_layout(new QVBoxLayout(this)) {
+    m_layout->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
+    m_layout->setSpacing(3);
+    m_layout->setSizeConstraint(QLayout::SetFixedSize);
+    setAttribute(Qt::WA_TranslucentBackground);
+    hide();
+}
+
+QFont MapInfoCard::fontFor(Style style) const {
+    QFont f = font();
+    // Relative to the desktop's font: a headline, a subheadline and a caption.
+    const double scale = style == Style::headline      ? 1.0
+                         : style == Style::subheadline ? 0.92
+                                                       : 0.85;
+    if (f.pointSizeF() > 0)
+        f.setPointSizeF(f.pointSizeF() * scale);
+    else
+        f.setPixelSize(static_cast<int>(f.pixelSize() * scale + 0.5));
+    if (style == Style::headline)
+        f.setWeight(QFont::DemiBold);
+    return f;
+}
+
+void MapInfoCard::applySecondaryColour(QLabel* label) const {
+    QPalette pal = label->palette();
+    QColor c = palette().color(QPalette::WindowText);
+    c.setAlphaF(0.6f);
+    pal.setColor(QPalette::WindowText, c);
+    label->setPalette(pal);
+}
+
+void MapInfoCard::clear() {
+    while (QLayoutItem* item = m_layout->takeAt(0)) {
+        if (QWidget* w = item->widget())
+            delete w;
+        delete item;
+    }
+    m_lines.clear();
+}
+
+QLabel* MapInfoCard::addLine(const QString& text, Style style) {
+    auto* label = new QLabel(text, this);
+    label->setTextFormat(Qt::PlainText);
+    label->setFont(fontFor(style));
+    if (style == Style::secondaryCaption) {
+        label->setProperty(kSecondaryProperty, true);
+        applySecondaryColour(label);
+    }
+    m_layout->addWidget(label);
+    m_lines << text;
+    return label;
+}
+
+void MapInfoCard::addRow(const QString& name, const QString& size) {
+    auto* row = new QWidget(this);
+    auto* h = new QHBoxLayout(row);
+    h->setContentsMargins(0, 0, 0, 0);
+    h->setSpacing(12);
+    auto* sizeLabel = new QLabel(size, row);
+    sizeLabel->setFont(fontFor(Style::caption));
+    sizeLabel->setProperty(kSecondaryProperty, true);
+    applySecondaryColour(sizeLabel);
+    auto* nameLabel = new QLabel(row);
+    nameLabel->setTextFormat(Qt::PlainText);
+    nameLabel->setFont(fontFor(Style::caption));
+    const int room = kHiddenCardMaxWidth - 2 * kPadding - h->spacing() -
+                     sizeLabel->fontMetrics().horizontalAdvance(size);
+    nameLabel->setText(nameLabel->fontMetrics().elidedText(name, Qt::ElideMiddle, room));
+    h->addWidget(nameLabel, 1);
+    h->addWidget(sizeLabel, 0, Qt::AlignRight);
+    m_layout->addWidget(row);
+    m_lines << name + QLatin1Char('\t') + size;
+}
+
+void MapInfoCard::showInaccessibleSpace(const SpaceAccounting& a) {
+    clear();
+    setMaximumWidth(QWIDGETSIZE_MAX);
+    const std::int64_t used = a.volumeTotalCapacity - a.volumeAvailableCapacity;
+    addLine(QStringLiteral("Inaccessible Space"), Style::headline);
+    addLine(mapdraw::byteText(std::max<std::int64_t>(used - a.enumeratedAllocatedSize, 0)),
+            Style::subheadline);
+    if (a.restrictedPathCount >= 1)
+        addLine(QStringLiteral("(%1 items inaccessible due to permissions)")
+                    .arg(a.restrictedPathCount),
+                Style::secondaryCaption);
+    adjustSize();
+}
+
+void MapInfoCard::showHiddenItems(const FileNode& folder) {
+    clear();
+    std::vector<FileNode*> members;
+    for (const DisplayChild& child : displayChildren(folder, true))
+        if (const DisplayChild::Aggregate* agg = child.aggregate())
+            members = agg->members;
+    sortBySizeDescending(members);
+    std::int64_t total = 0, cloud = 0;
+    for (const FileNode* m : members) {
+        total += m->allocatedSize();
+        if (m->cloudStatus() != CloudStatus::notApplicable)
+            cloud += m->allocatedSize();
+    }
+    const auto count = static_cast<qlonglong>(members.size());
+
+    addLine(QStringLiteral("Hidden items"), Style::headline);
+    addLine(QStringLiteral("%1 hidden %2 · ")
+                    .arg(count)
+                    .arg(count == 1 ? QStringLiteral("item") : QStringLiteral("items")) +
+                mapdraw::byteText(total),
+            Style::subheadline);
+    for (std::size_t i = 0; i < members.size() && i < kHiddenRowsShown; ++i)
+        addRow(mapdraw::displayName(*members[i]), mapdraw::byteText(members[i]->allocatedSize()));
+    if (count > kHiddenRowsShown)
+        addLine(QStringLiteral("…and %1 more").arg(count - kHiddenRowsShown), Style::caption);
+    if (cloud >= 1)
+        addLine(mapdraw::byteText(cloud) + QStringLiteral(" of this is cloud-synced storage"),
+                Style::secondaryCaption);
+    QLabel* note = addLine(QStringLiteral("Mostly configuration and support files. Larger "
+                                          "hidden folders show as their own dimmed segments."),
+                           Style::secondaryCaption);
+    note->setWordWrap(true);
+    note->setFixedWidth(kHiddenCardMaxWidth - 2 * kPadding);
+    setMaximumWidth(kHiddenCardMaxWidth);
+    adjustSize();
+}
+
+void MapInfoCard::paintEvent(QPaintEvent*) {
+    QPainter p(this);
+    p.setRenderHint(QPainter::Antialiasing);
+    QColor fill = palette().color(QPalette::Base);
+    fill.setAlphaF(0.92f);
+    QColor border = palette().color(QPalette::WindowText);
+    border.setAlphaF(0.12f);
+    p.setPen(QPen(border, 1.0));
+    p.setBrush(fill);
+    p.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), kCornerRadius,
+                      kCornerRadius);
+}
+
+// The card is an island: a click on it neither selects nor closes anything below.
+void MapInfoCard::mousePressEvent(QMouseEvent* event) { event->accept(); }
+void MapInfoCard::mouseDoubleClickEvent(QMouseEvent* event) { event->accept(); }
+
+void MapInfoCard::changeEvent(QEvent* event) {
+    QFrame::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        for (QLabel* label : findChildren<QLabel*>())
+            if (label->property(kSecondaryProperty).toBool())
+                applySecondaryColour(label);
+}
+
+} // namespace ringfold

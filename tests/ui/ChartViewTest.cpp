@@ -1,0 +1,246 @@
+// The map widget offscreen over a small volume: hit testing in both modes, clicks,
+// double clicks, the hub, Ctrl+click reveal, the two cards, and when layout runs.
+#include "app/stores/CleanupListStore.h"
+#include "app/stores/SettingsStore.h"
+#include "app/viewmodels/ChartViewModel.h"
+#include "core/model/ByteFormat.h"
+#include "support/MemoryTree.h"
+#include "ui/ChartView.h"
+#include "ui/MapInfoCard.h"
+
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cmath>
+#include <functional>
+
+using namespace ringfold;
+using ringfold::test::MemoryTree;
+
+namespace {
+
+// vol: docs/{report 400k, notes 200k}, movie 280k, two small hidden files (17k, grouped),
+// on a 2 MB volume with 800k free: 303k of used space was never enumerated.
+struct Fixture {
+    QTemporaryDir dir;
+    QSettings ini{dir.filePath("settings.conf"), QSettings::IniFormat};
+    SettingsStore settings{&ini};
+    ChartViewModel model;
+    CleanupListStore cleanup{&settings};
+    MemoryTree tree{"vol"};
+    FileNode* docs = tree.folder(tree.root(), "docs");
+    FileNode* movie = nullptr;
+    std::vector<const FileNode*> revealed;
+    ChartView view{model, cleanup, settings};
+
+    explicit Fixture(QSize size = {600, 600}) {
+        tree.setRootPath("/vol");
+        tree.file(docs, "report.pdf", 400'000);
+        tree.file(docs, "notes.txt", 200'000);
+        movie = tree.file(tree.root(), "movie.mkv", 280'000);
+        tree.file(tree.root(), ".cache", 10'000, {.hidden = true});
+        tree.file(tree.root(), ".profile", 7'000, {.hidden = true});
+        tree.totalFolders();
+        model.setRoot(tree.rootPtr(), SpaceAccounting{2'000'000, 800'000, 897'000, 3}, true);
+        view.setRevealHandler([this](const FileNode& n) { revealed.push_back(&n); });
+        view.resize(size);
+        view.show();
+        QCoreApplication::processEvents();
+    }
+
+    int find(const std::function<bool(const MapSegment&)>& pred) {
+        const auto& segs = view.segments();
+        for (std::size_t i = 0; i < segs.size(); ++i)
+            if (pred(segs[i]))
+                return static_cast<int>(i);
+        return -1;
+    }
+    int find(const FileNode* node) {
+        return find([node](const MapSegment& s) { return s.isPlainItem() && s.node.get() == node; });
+    }
+    // The middle of a segment: its rectangle's centre, or its middle angle and radius.
+    QPoint at(int index) {
+        const MapSegment& s = view.segments().at(static_cast<std::size_t>(index));
+        if (s.rect)
+            return QPointF(s.rect->x + s.rect->width / 2, s.rect->y + s.rect->height / 2).toPoint();
+        const double a = (s.startAngle + s.endAngle) / 2, r = (s.innerRadius + s.outerRadius) / 2;
+        return (centre() + QPointF(r * std::cos(a), r * std::sin(a))).toPoint();
+    }
+    QPointF centre() const { return QPointF(view.width() / 2.0, view.height() / 2.0); }
+    void click(QPoint p, Qt::KeyboardModifiers mods = {}) {
+        QTest::mouseClick(&view, Qt::LeftButton, mods, p);
+    }
+    void move(QPoint p) {
+        QMouseEvent e(QEvent::MouseMove, p, view.mapToGlobal(p), Qt::NoButton, Qt::NoButton, {});
+        QCoreApplication::sendEvent(&view, &e);
+    }
+};
+
+} // namespace
+
+class ChartViewTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void hitTestFindsEverySegmentTheHubAndTheGaps_data() {
+        QTest::addColumn<VisualizationMode>("mode");
+        QTest::newRow("sunburst") << VisualizationMode::sunburst;
+        QTest::newRow("treemap") << VisualizationMode::treemap;
+    }
+    void hitTestFindsEverySegmentTheHubAndTheGaps() {
+        QFETCH(VisualizationMode, mode);
+        Fixture f;
+        f.model.setVisualizationMode(mode);
+        const auto& segs = f.view.segments();
+        QVERIFY(segs.size() >= 4); // docs, movie, hidden, inaccessible (+ report, notes)
+        for (std::size_t i = 0; i < segs.size(); ++i)
+            QCOMPARE(f.view.hitTest(f.at(static_cast<int>(i))).index, static_cast<int>(i));
+        const auto none = [&](QPointF p) {
+            const auto hit = f.view.hitTest(p);
+            return hit.index == -1 && !hit.hub;
+        };
+        QVERIFY(none(QPointF(3, 3))); // beyond the rings; inside the treemap's inset
+        const MapSegment& movie = segs[static_cast<std::size_t>(f.find(f.movie))];
+        if (mode == VisualizationMode::sunburst) {
+            QVERIFY(f.view.hitTest(f.centre()).hub);
+            // Between ring 1 and ring 2 (the ring gap), and outside a file on ring 2.
+            const double a = (movie.startAngle + movie.endAngle) / 2;
+            for (double r : {movie.outerRadius + 0.3, movie.outerRadius + 30})
+                QVERIFY(none(f.centre() + QPointF(r * std::cos(a), r * std::sin(a))));
+        } else {
+            QVERIFY(!f.view.hitTest(f.centre()).hub);
+            const MapRect& r = *movie.rect; // half a gap beside it belongs to nobody
+            QVERIFY(none(QPointF(r.x - 1.3, r.y + r.height / 2)));
+        }
+    }
+
+    void clickSelectsAndCtrlClickRevealsWithoutSelecting() {
+        Fixture f;
+        QSignalSpy selected(&f.view, &ChartView::fileSelected);
+        f.click(f.at(f.find(f.movie)));
+        QCOMPARE(f.model.mapSelectionID(), f.movie->id());
+        QCOMPARE(selected.size(), 1);
+        QCOMPARE(selected[0][0].value<FileNode*>(), f.movie);
+
+        f.click(f.at(f.find(f.docs)), Qt::ControlModifier);
+        QCOMPARE(f.revealed, std::vector<const FileNode*>{f.docs});
+        QCOMPARE(f.model.mapSelectionID(), f.movie->id());
+        QCOMPARE(selected.size(), 1);
+
+        f.click(QPoint(3, 3)); // nothing there: the selection stays
+        QCOMPARE(f.model.mapSelectionID(), f.movie->id());
+    }
+
+    void doubleClickDrillsIntoFoldersOnly() {
+        Fixture f;
+        QTest::mouseDClick(&f.view, Qt::LeftButton, {}, f.at(f.find(f.movie)));
+        QCOMPARE(f.model.focusedNode().get(), f.tree.root());
+        QTest::mouseDClick(&f.view, Qt::LeftButton, {}, f.at(f.find(f.docs)));
+        QCOMPARE(f.model.focusedNode().get(), f.docs);
+        QCOMPARE(f.model.history().size(), 2u);
+        QTRY_VERIFY(!f.model.mapSelectionID()); // cleared after the focus moved
+        QVERIFY(f.find(f.movie) < 0 && !f.view.segments().empty());
+    }
+
+    void hubTogglesFreeSpaceAtTheVolumeRootAndGoesUpElsewhere() {
+        Fixture f;
+        const auto freeSegment = [&] { return f.find([](auto& s) { return s.isFreeSpace; }); };
+        QCOMPARE(freeSegment(), -1);
+        f.click(f.centre().toPoint());
+        QVERIFY(f.model.showFreeSpace());
+        QVERIFY(freeSegment() >= 0);
+        f.click(f.centre().toPoint());
+        QVERIFY(!f.model.showFreeSpace());
+
+        f.model.focus(f.docs);
+        f.click(f.centre().toPoint());
+        QCOMPARE(f.model.focusedNode().get(), f.tree.root());
+        QCOMPARE(f.model.history().size(), 3u); // root, docs, root
+        QCOMPARE(f.model.historyIndex(), 2);
+        QVERIFY(!f.model.showFreeSpace());
+    }
+
+    void cardsOpenAndCloseOnTheirSegments() {
+        Fixture f;
+        const int inaccessible = f.find([](auto& s) { return s.isInaccessibleSpace; });
+        const int hidden = f.find([](auto& s) { return s.isHiddenAggregate; });
+        QVERIFY(inaccessible >= 0 && hidden >= 0);
+        MapInfoCard* card = f.view.inaccessibleCard();
+        f.click(f.at(inaccessible));
+        QVERIFY(card->isVisible());
+        QCOMPARE(card->lines(), (QStringList{"Inaccessible Space",
+                                             QString::fromStdString(formatByteCount(303'000)),
+                                             "(3 items inaccessible due to permissions)"}));
+        f.click(f.at(inaccessible));
+        QVERIFY(!card->isVisible());
+
+        MapInfoCard* hiddenCard = f.view.hiddenItemsCard();
+        f.click(f.at(hidden));
+        QVERIFY(hiddenCard->isVisible() && f.view.hiddenInfoParent() == f.tree.root());
+        const QStringList lines = hiddenCard->lines();
+        QCOMPARE(lines.value(1),
+                 "2 hidden items · " + QString::fromStdString(formatByteCount(17'000)));
+        QVERIFY(lines.value(2).startsWith(".cache\t")); // largest first
+        f.click(f.at(hidden));
+        QVERIFY(!hiddenCard->isVisible());
+
+        f.click(f.at(inaccessible)); // opening one closes the other; so does a click elsewhere
+        f.click(f.at(hidden));
+        QVERIFY(!card->isVisible() && hiddenCard->isVisible());
+        f.click(QPoint(3, 3));
+        QVERIFY(!hiddenCard->isVisible());
+        f.click(f.at(inaccessible)); // and a change of focus
+        f.model.focus(f.docs);
+        QVERIFY(!card->isVisible());
+    }
+
+    void layoutRunsOnlyOnTheListedChanges() {
+        Fixture f;
+        QSignalSpy painted(&f.view, &ChartView::mapPainted);
+        f.view.segments();
+        const int initial = f.view.layoutCount();
+        QCOMPARE(initial, 1);
+        const QPoint movie = f.at(f.find(f.movie)), docs = f.at(f.find(f.docs));
+        f.move(movie);
+        QCOMPARE(f.model.highlightedNodeID(), f.movie->id());
+        f.move(docs);
+        f.click(docs);
+        f.cleanup.add(f.movie->shared());
+        f.view.grab();
+        QVERIFY(!painted.isEmpty());
+        QCOMPARE(painted.last()[0].toInt(), static_cast<int>(f.view.segments().size()));
+        QCOMPARE(f.view.layoutCount(), initial);
+        QEvent leave(QEvent::Leave);
+        QCoreApplication::sendEvent(&f.view, &leave);
+        QVERIFY(!f.model.highlightedNodeID());
+
+        f.model.bumpTreeRevision();
+        f.settings.setGroupHiddenItems(false); // two changes before the next paint: one layout
+        f.view.grab();
+        QCOMPARE(f.view.layoutCount(), initial + 1);
+        QCOMPARE(f.find([](auto& s) { return s.isHiddenAggregate; }), -1);
+        f.settings.setSmallerObjectsThresholdPercent(0.05);
+        f.view.segments();
+        f.model.setVisualizationMode(VisualizationMode::treemap);
+        f.view.segments();
+        QCOMPARE(f.view.layoutCount(), initial + 3);
+    }
+
+    void zeroWidthViewComputesNoLayoutUntilItGrows() {
+        Fixture f(QSize(0, 400));
+        f.model.focus(f.docs);
+        QVERIFY(f.view.segments().empty());
+        QCOMPARE(f.view.layoutCount(), 0);
+        f.view.resize(400, 400);
+        QCoreApplication::processEvents();
+        QCOMPARE(f.view.segments().size(), 2u); // report and notes
+        QCOMPARE(f.view.layoutCount(), 1);
+        f.view.resize(0, 400); // the last segments stay
+        QCOMPARE(f.view.segments().size(), 2u);
+    }
+};
+
+QTEST_MAIN(ChartViewTest)
+#include "ChartViewTest.moc"
