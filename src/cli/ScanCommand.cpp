@@ -9,12 +9,12 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
-#include <mutex>
 #include <csignal>
-#include <ctime>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <mutex>
 #include <optional>
 #include <pthread.h>
 #include <string>
@@ -139,8 +139,9 @@ void drawProgress(const ScanProgress& p, double seconds) {
     for (char& c : folder)
         if (static_cast<unsigned char>(c) < 0x20)
             c = '?';
-    std::fprintf(stderr, "\r\033[K%lld items, %s, %.1f s  %s", static_cast<long long>(p.itemCount()),
-                 formatBinary(p.allocatedBytes()).c_str(), seconds, folder.c_str());
+    std::fprintf(stderr, "\r\033[K%lld items, %s, %.1f s  %s",
+                 static_cast<long long>(p.itemCount()), formatBinary(p.allocatedBytes()).c_str(),
+                 seconds, folder.c_str());
     std::fflush(stderr);
 }
 

@@ -45,11 +45,13 @@ void ChildProcess::start(const std::vector<std::string>& argv) {
     // The child starts with default signal handling whatever the test runner set.
     posix_spawnattr_t attr;
     posix_spawnattr_init(&attr);
-    sigset_t all, none;
+    sigset_t all, blocked;
     sigfillset(&all);
-    sigemptyset(&none);
+    sigemptyset(&blocked);
+    for (int signal : m_blocked)
+        sigaddset(&blocked, signal);
     posix_spawnattr_setsigdefault(&attr, &all);
-    posix_spawnattr_setsigmask(&attr, &none);
+    posix_spawnattr_setsigmask(&attr, &blocked);
     posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
 
     std::vector<char*> args;

@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <sys/types.h>
+#include <utility>
 #include <vector>
 
 namespace ringfold::test {
@@ -32,6 +33,9 @@ public:
 
     /// Spawns `argv` (argv[0] searched in PATH). Throws std::runtime_error on failure.
     void start(const std::vector<std::string>& argv);
+    /// Signals the next child starts with blocked (else none): one sent to it stays
+    /// pending until the child unblocks it.
+    void setBlockedSignals(std::vector<int> signals) { m_blocked = std::move(signals); }
     pid_t pid() const { return m_pid; }
 
     /// Reads from both pipes until `needle` appears in standard error, both pipes
@@ -47,6 +51,7 @@ private:
     bool pump(std::chrono::steady_clock::time_point until);
 
     pid_t m_pid = -1;
+    std::vector<int> m_blocked;
     int m_fds[2] = {-1, -1}; // read ends of standard output and standard error
     std::string m_text[2];   // what came through each so far
 };
