@@ -39,6 +39,7 @@ NodeInit MemoryTree::init(std::string_view name, bool directory, std::int64_t al
     init.isHidden = options.hidden;
     init.cloudStatus = options.cloud;
     init.modificationDate = options.modified;
+    init.sharesStorage = options.sharesStorage;
     return init;
 }
 

@@ -19,6 +19,7 @@ struct NodeOptions {
     /// Defaults to the allocated size.
     std::optional<std::int64_t> logical = std::nullopt;
     std::optional<Timestamp> modified = std::nullopt;
+    bool sharesStorage = false;
 };
 
 class MemoryTree {

@@ -1,103 +1,84 @@
 #include "core/model/TreeMutator.h"
-
-#include "SyntheticTree.h"
+#include "support/MemoryTree.h"
 
 #include <gtest/gtest.h>
 
 namespace ringfold {
 namespace {
 
-using test::SyntheticTree;
-
 constexpr std::int64_t MB = 1000000;
 
-// root/{a/{b/{x(10 MB), y(1 MB)}, z(2 MB)}, w(4 MB)}
-struct Fixture {
-    SyntheticTree t;
-    FileNode* x = t.file("x", 10 * MB, 10 * MB + 7);
-    FileNode* y = t.file("y", 1 * MB, 900000);
-    FileNode* b = t.folder("b", {x, y});
-    FileNode* z = t.file("z", 2 * MB);
-    FileNode* a = t.folder("a", {b, z});
-    FileNode* w = t.file("w", 4 * MB);
-    FileNode* root = t.folder("root", {a, w});
+std::vector<FileNode*> childrenOf(const FileNode* folder) {
+    return {folder->children().begin(), folder->children().end()};
+}
+
+// root/{a/{b/{x 10 MB, y 1 MB}, z 2 MB}, w 4 MB}: every case mutates a fresh copy.
+class TreeMutatorTest : public ::testing::Test {
+protected:
+    test::MemoryTree t;
+    FileNode* a = t.folder(t.root(), "a");
+    FileNode* b = t.folder(a, "b");
+    FileNode* x = t.file(b, "x", 10 * MB, {.logical = 10 * MB + 7});
+    FileNode* y = t.file(b, "y", 1 * MB, {.logical = 900000});
+    FileNode* z = t.file(a, "z", 2 * MB);
+    FileNode* w = t.file(t.root(), "w", 4 * MB);
+    FileNode* root = t.root();
+    void SetUp() override { t.totalFolders(); }
 };
 
-TEST(TreeMutatorRemove, TakesTheFileOffEveryAncestorAndOutOfItsFolder) {
-    Fixture f;
-    TreeMutator::remove(*f.x);
-    EXPECT_EQ(f.b->allocatedSize(), 1 * MB);
-    EXPECT_EQ(f.b->logicalSize(), 900000);
-    EXPECT_EQ(f.a->allocatedSize(), 3 * MB);
-    EXPECT_EQ(f.root->allocatedSize(), 7 * MB);
-    EXPECT_EQ(f.root->logicalSize(), 7 * MB - 100000);
-    EXPECT_EQ(SyntheticTree::childrenOf(f.b), std::vector<FileNode*>{f.y});
-    EXPECT_EQ(f.x->parent(), nullptr);
-    // The cut-out node keeps its own values; siblings elsewhere are untouched.
-    EXPECT_EQ(f.x->allocatedSize(), 10 * MB);
-    EXPECT_EQ(f.z->allocatedSize(), 2 * MB);
-    EXPECT_EQ(f.w->allocatedSize(), 4 * MB);
+TEST_F(TreeMutatorTest, RemovedFileLeavesEveryAncestorAndItsFolder) {
+    TreeMutator::remove(*x);
+    EXPECT_EQ(b->allocatedSize(), 1 * MB);
+    EXPECT_EQ(a->allocatedSize(), 3 * MB);
+    EXPECT_EQ(root->allocatedSize(), 7 * MB);
+    EXPECT_EQ(root->logicalSize(), 7 * MB - 100000);
+    EXPECT_EQ(childrenOf(b), std::vector<FileNode*>{y});
+    EXPECT_EQ(x->parent(), nullptr);
+    EXPECT_EQ(x->allocatedSize(), 10 * MB); // the cut-out node keeps its own values
 }
 
-TEST(TreeMutatorRemove, SharedStorageNodeTakesOnlyLogicalBytes) {
-    Fixture f;
-    f.y->setSharesStorage(true); // a first holder: shares storage but keeps its size
-    TreeMutator::remove(*f.y);
-    EXPECT_EQ(f.b->allocatedSize(), 11 * MB);
-    EXPECT_EQ(f.root->allocatedSize(), 17 * MB);
-    EXPECT_EQ(f.root->logicalSize(), 16 * MB + 7);
-    EXPECT_EQ(f.b->childCount(), 1u);
+TEST_F(TreeMutatorTest, RemovedFolderIsSubtractedOnceAndKeepsItsSubtree) {
+    TreeMutator::remove(*b);
+    EXPECT_EQ(a->allocatedSize(), 2 * MB);
+    EXPECT_EQ(root->allocatedSize(), 6 * MB);
+    EXPECT_EQ(b->allocatedSize(), 11 * MB);
+    EXPECT_EQ(childrenOf(b), (std::vector<FileNode*>{x, y}));
+    EXPECT_EQ(x->parent(), b);
 }
 
-TEST(TreeMutatorRemove, RootAndDetachedNodesAreLeftAlone) {
-    Fixture f;
-    TreeMutator::remove(*f.root);
-    EXPECT_EQ(f.root->allocatedSize(), 17 * MB);
-    EXPECT_EQ(f.root->childCount(), 2u);
-    TreeMutator::remove(*f.z);
-    TreeMutator::remove(*f.z); // second time: already detached
-    EXPECT_EQ(f.root->allocatedSize(), 15 * MB);
-    EXPECT_EQ(f.a->allocatedSize(), 11 * MB);
+TEST_F(TreeMutatorTest, SharedStorageNodeTakesOnlyLogicalBytes) {
+    y->setSharesStorage(true); // a first holder: shares storage but keeps its size
+    TreeMutator::remove(*y);
+    EXPECT_EQ(b->allocatedSize(), 11 * MB);
+    EXPECT_EQ(root->logicalSize(), 16 * MB + 7);
+    EXPECT_EQ(b->childCount(), 1u);
 }
 
-TEST(TreeMutatorRemove, FolderIsSubtractedOnceAndItsSubtreeStaysIntact) {
-    Fixture f;
-    TreeMutator::remove(*f.b);
-    EXPECT_EQ(f.a->allocatedSize(), 2 * MB);
-    EXPECT_EQ(f.root->allocatedSize(), 6 * MB);
-    EXPECT_EQ(f.b->allocatedSize(), 11 * MB);
-    EXPECT_EQ(SyntheticTree::childrenOf(f.b), (std::vector<FileNode*>{f.x, f.y}));
-    EXPECT_EQ(f.x->parent(), f.b);
-    EXPECT_EQ(SyntheticTree::childrenOf(f.a), std::vector<FileNode*>{f.z});
+TEST_F(TreeMutatorTest, RootAndDetachedNodesAreLeftAlone) {
+    TreeMutator::remove(*root);
+    EXPECT_EQ(root->childCount(), 2u);
+    TreeMutator::remove(*z);
+    TreeMutator::remove(*z); // already detached
+    EXPECT_EQ(root->allocatedSize(), 15 * MB);
 }
 
-TEST(TreeMutatorRemove, RemovesTheVeryNodeNotANamesake) {
-    SyntheticTree t;
-    FileNode* first = t.file("same", 1);
-    FileNode* middle = t.file("same", 2);
-    FileNode* last = t.file("same", 4);
-    FileNode* root = t.folder("root", {first, middle, last});
-    TreeMutator::remove(*middle);
-    EXPECT_EQ(SyntheticTree::childrenOf(root), (std::vector<FileNode*>{first, last}));
-    EXPECT_EQ(root->allocatedSize(), 5);
-    TreeMutator::remove(*last);
-    TreeMutator::remove(*first);
-    EXPECT_FALSE(root->hasChildren());
-    EXPECT_EQ(root->allocatedSize(), 0);
+TEST_F(TreeMutatorTest, RemovesTheVeryNodeNotANamesake) {
+    FileNode* same[] = {t.file(root, "same", 1), t.file(root, "same", 2)};
+    TreeMutator::remove(*same[1]);
+    EXPECT_EQ(childrenOf(root), (std::vector<FileNode*>{a, w, same[0]}));
 }
 
-TEST(TreeMutatorEvict, BecomesAPlaceholderAndFreesItsAllocationUpTheChain) {
-    Fixture f;
-    f.x->setCloudStatus(CloudStatus::cloudDownloaded);
-    f.x->setSharesStorage(true); // eviction ignores shared storage
-    TreeMutator::markEvicted(*f.x);
-    EXPECT_EQ(f.x->cloudStatus(), CloudStatus::cloudPlaceholder);
-    EXPECT_EQ(f.x->allocatedSize(), 0);
-    EXPECT_EQ(f.x->logicalSize(), 10 * MB + 7);
-    EXPECT_EQ(f.b->allocatedSize(), 1 * MB);
-    EXPECT_EQ(f.root->allocatedSize(), 7 * MB);
-    EXPECT_EQ(f.root->logicalSize(), 17 * MB - 100000 + 7);
-    EXPECT_EQ(f.x->parent(), f.b);
+TEST_F(TreeMutatorTest, EvictionMakesAPlaceholderAndFreesItsAllocationUpTheChain) {
+    x->setCloudStatus(CloudStatus::cloudDownloaded);
+    x->setSharesStorage(true); // eviction ignores shared storage
+    TreeMutator::markEvicted(*x);
+    EXPECT_EQ(x->cloudStatus(), CloudStatus::cloudPlaceholder);
+    EXPECT_EQ(x->allocatedSize(), 0);
+    EXPECT_EQ(x->logicalSize(), 10 * MB + 7);
+    EXPECT_EQ(b->allocatedSize(), 1 * MB);
+    EXPECT_EQ(root->allocatedSize(), 7 * MB);
+    EXPECT_EQ(root->logicalSize(), 17 * MB - 100000 + 7);
+    EXPECT_EQ(x->parent(), b);
 }
 
 } // namespace
