@@ -62,8 +62,7 @@ void writeData(int fd, std::int64_t size, char fill, std::string_view rel) {
 
 FixtureTree::FixtureTree() {
     const char* tmp = std::getenv("TMPDIR");
-    std::string base = (tmp && *tmp) ? tmp : "/tmp";
-    std::string templ = base + "/ringfold-fixture-XXXXXX";
+    std::string templ = std::string(tmp && *tmp ? tmp : "/tmp") + "/ringfold-fixture-XXXXXX";
     std::vector<char> buf(templ.begin(), templ.end());
     buf.push_back('\0');
     if (!::mkdtemp(buf.data()))
