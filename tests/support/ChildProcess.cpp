@@ -29,19 +29,13 @@ void ChildProcess::start(const std::vector<std::string>& argv) {
     if (argv.empty() || m_pid > 0)
         throw std::runtime_error("ChildProcess::start: nothing to run or already running");
     int pipes[2][2] = {{-1, -1}, {-1, -1}};
-    if (::pipe2(pipes[0], O_CLOEXEC) != 0 || ::pipe2(pipes[1], O_CLOEXEC) != 0) {
-        const int saved = errno;
-        for (int fd : {pipes[0][0], pipes[0][1]})
-            if (fd >= 0)
-                ::close(fd);
-        throw std::runtime_error(std::string("pipe: ") + std::strerror(saved));
-    }
+    if (::pipe2(pipes[0], O_CLOEXEC) != 0 || ::pipe2(pipes[1], O_CLOEXEC) != 0)
+        throw std::runtime_error(std::string("pipe: ") + std::strerror(errno));
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, pipes[0][1], STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, pipes[1][1], STDERR_FILENO);
-
     // The child starts with default signal handling whatever the test runner set.
     posix_spawnattr_t attr;
     posix_spawnattr_init(&attr);
@@ -53,7 +47,6 @@ void ChildProcess::start(const std::vector<std::string>& argv) {
     posix_spawnattr_setsigdefault(&attr, &all);
     posix_spawnattr_setsigmask(&attr, &blocked);
     posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-
     std::vector<char*> args;
     for (const auto& a : argv)
         args.push_back(const_cast<char*>(a.c_str()));
@@ -71,57 +64,38 @@ void ChildProcess::start(const std::vector<std::string>& argv) {
     }
 }
 
-bool ChildProcess::pump(std::chrono::steady_clock::time_point until) {
-    pollfd fds[2] = {{m_fds[0], POLLIN, 0}, {m_fds[1], POLLIN, 0}}; // poll skips fd -1
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-        until - std::chrono::steady_clock::now());
-    if ((m_fds[0] < 0 && m_fds[1] < 0) || left.count() <= 0)
-        return false;
-    if (::poll(fds, 2, static_cast<int>(std::min<long long>(left.count(), 1000))) < 0)
-        return errno == EINTR;
-    for (int i = 0; i < 2; ++i) {
-        if (!(fds[i].revents & (POLLIN | POLLHUP | POLLERR)))
-            continue;
-        char buf[65536];
-        const ssize_t got = ::read(m_fds[i], buf, sizeof buf);
-        if (got > 0) {
-            m_text[i].append(buf, static_cast<std::size_t>(got));
-        } else if (got == 0 || errno != EINTR) {
-            ::close(m_fds[i]);
-            m_fds[i] = -1;
-        }
-    }
-    return true;
-}
-
-bool ChildProcess::waitForOutput(std::string_view needle, std::chrono::milliseconds timeout) {
-    const auto until = std::chrono::steady_clock::now() + timeout;
-    while (m_text[1].find(needle) == std::string::npos)
-        if (!pump(until))
-            return m_text[1].find(needle) != std::string::npos;
-    return true;
-}
-
 CommandResult ChildProcess::finish(std::chrono::milliseconds timeout) {
     CommandResult result;
+    std::string* text[2] = {&result.out, &result.err};
     const auto until = std::chrono::steady_clock::now() + timeout;
     while (m_fds[0] >= 0 || m_fds[1] >= 0) {
-        if (!pump(until) && std::chrono::steady_clock::now() >= until) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            until - std::chrono::steady_clock::now());
+        if (left.count() <= 0) {
             result.timedOut = true;
             ::kill(m_pid, SIGKILL);
             break;
         }
+        pollfd fds[2] = {{m_fds[0], POLLIN, 0}, {m_fds[1], POLLIN, 0}}; // poll skips fd -1
+        if (::poll(fds, 2, static_cast<int>(std::min<long long>(left.count(), 1000))) < 0)
+            continue; // EINTR: try again
+        for (int i = 0; i < 2; ++i) {
+            char buf[65536];
+            const ssize_t got = fds[i].revents & (POLLIN | POLLHUP | POLLERR)
+                                    ? ::read(m_fds[i], buf, sizeof buf)
+                                    : -1;
+            if (got > 0)
+                text[i]->append(buf, static_cast<std::size_t>(got));
+            else if (got == 0 || (fds[i].revents && errno != EINTR))
+                ::close(std::exchange(m_fds[i], -1));
+        }
     }
     int status = 0;
-    if (m_pid > 0) {
-        while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
-        }
-        m_pid = -1;
+    while (m_pid > 0 && ::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
     }
+    m_pid = -1;
     if (WIFEXITED(status))
         result.exitCode = WEXITSTATUS(status);
-    result.out = std::move(m_text[0]);
-    result.err = std::move(m_text[1]);
     return result;
 }
 

@@ -1,12 +1,8 @@
 #pragma once
-// Tests that need root (mount namespaces, device nodes, dropping privileges) skip
-// where root is missing, but CI runs as root and sets RINGFOLD_REQUIRE_ROOT_TESTS=1:
-// there such a test must fail rather than skip, so a broken set-up can't hide as a
-// skip.
-//
-//   if (!canMount)
-//       SKIP_OR_FAIL_GTEST("needs root to mount a tmpfs");   // GoogleTest
-//       SKIP_OR_FAIL_QTEST("needs root to mount a tmpfs");   // Qt Test
+// Tests that need root (mount namespaces, device nodes, dropping privileges) skip where
+// root is missing, but CI runs as root with RINGFOLD_REQUIRE_ROOT_TESTS=1: there such a
+// test fails rather than skips, so a broken set-up cannot hide as a skip.
+//   if (!canMount) SKIP_OR_FAIL_GTEST("needs root to mount a tmpfs");  // or _QTEST
 
 #include <cstdlib>
 #include <cstring>
