@@ -214,11 +214,10 @@ TEST(ScanCommand, SignalStopsTheScanWith128PlusItsNumberAndNoReport) {
     fx.writeFiles({{"a", 100}, {"sub/b", 100}});
     for (const auto& [signal, name, status] :
          {std::tuple{SIGINT, "INT", 130}, {SIGTERM, "TERM", 143}}) {
-        test::ChildProcess child;
-        child.setBlockedSignals({signal});
-        child.start({"sh", "-c", std::string("kill -s ") + name + " $$ && exec \"$0\" \"$@\"",
-                     kBinary, "--format=json", fx.root()});
-        auto r = child.finish(std::chrono::seconds(20));
+        auto r = test::runCommand({"sh", "-c",
+                                   std::string("kill -s ") + name + " $$ && exec \"$0\" \"$@\"",
+                                   kBinary, "--format=json", fx.root()},
+                                  std::chrono::seconds(20), {signal});
         EXPECT_EQ(r.exitCode, status) << name << r.err;
         EXPECT_EQ(r.out, "");
         EXPECT_EQ(r.err, "ringfold-scan: interrupted\n") << name;

@@ -1,13 +1,9 @@
 #pragma once
-// Builds trees of real files for tests in a fresh temporary folder, and removes the
-// whole folder again in its destructor whatever permissions the test left on it.
-//
-// Paths are relative to the fixture's root ("" is the root itself) and are reached
-// with openat/mkdirat one component at a time, so paths far longer than PATH_MAX work;
-// missing parent folders are created. Failures throw std::runtime_error naming the
-// path and errno, so a broken fixture ends the test instead of misleading it.
-// Threads: one object belongs to one thread; deleting entries from another thread
-// while a scan runs is done with plain unlink on fullPath().
+// Builds trees of real files for tests in a fresh temporary folder, and removes the whole
+// folder again in its destructor whatever permissions the test left on it. Paths are
+// relative to the root ("" is the root) and reached with openat/mkdirat one component at
+// a time, so paths far longer than PATH_MAX work; missing parent folders are created.
+// Failures throw std::runtime_error naming the path and errno. One object, one thread.
 
 #include <cstdint>
 #include <initializer_list>
@@ -29,12 +25,17 @@ public:
 
     /// Absolute path of the root (no trailing slash); fullPath may exceed PATH_MAX.
     const std::string& root() const { return m_root; }
-    std::string fullPath(std::string_view rel) const;
+    std::string fullPath(std::string_view rel) const {
+        return rel.empty() ? m_root : m_root + "/" + std::string(rel);
+    }
 
     void makeFolder(std::string_view rel);
     /// A regular file of `size` bytes of real data (so its blocks are allocated).
     void writeFile(std::string_view rel, std::int64_t size, char fill = 'x');
-    void writeFiles(std::initializer_list<std::pair<std::string_view, std::int64_t>> files);
+    void writeFiles(std::initializer_list<std::pair<std::string_view, std::int64_t>> files) {
+        for (const auto& [rel, size] : files)
+            writeFile(rel, size);
+    }
     /// Real data in the first `dataBytes` bytes only; the rest up to `logicalSize` a hole.
     void sparseFile(std::string_view rel, std::int64_t logicalSize, std::int64_t dataBytes);
     void hardLink(std::string_view existingRel, std::string_view newRel);

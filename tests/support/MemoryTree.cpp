@@ -18,15 +18,6 @@ FileNode* MemoryTree::add(FileNode* parent, const NodeInit& init) {
     return n;
 }
 
-FileNode* MemoryTree::folder(FileNode* parent, std::string_view name, NodeOptions options) {
-    return add(parent, init(name, true, 0, options));
-}
-
-FileNode* MemoryTree::file(FileNode* parent, std::string_view name, std::int64_t allocatedSize,
-                           NodeOptions options) {
-    return add(parent, init(name, false, allocatedSize, options));
-}
-
 NodeInit MemoryTree::init(std::string_view name, bool directory, std::int64_t allocatedSize,
                           const NodeOptions& o) {
     return {.name = name,

@@ -31,9 +31,13 @@ public:
     const std::shared_ptr<Tree>& tree() const { return m_tree; }
 
     /// Appends a folder (size 0 until `totalFolders`) or a file to `parent`.
-    FileNode* folder(FileNode* parent, std::string_view name, NodeOptions options = {});
+    FileNode* folder(FileNode* parent, std::string_view name, NodeOptions options = {}) {
+        return add(parent, init(name, true, 0, options));
+    }
     FileNode* file(FileNode* parent, std::string_view name, std::int64_t allocatedSize,
-                   NodeOptions options = {});
+                   NodeOptions options = {}) {
+        return add(parent, init(name, false, allocatedSize, options));
+    }
 
     /// Sets every folder's sizes to the sums over its children (iterative, so deep
     /// chains are fine). Returns the root's allocated size.
