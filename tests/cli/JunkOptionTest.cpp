@@ -32,7 +32,7 @@ protected:
     test::FixtureTree f;
 };
 
-TEST_F(JunkOption, JsonListsCategoryConfidenceSizeAndPathInsideTheOneReport) {
+TEST_F(JunkOption, ListsCategoryConfidenceSizeAndPathInBothFormats) {
     const auto report = nlohmann::json::parse(scan("json").out);
     const auto& junk = report["junk"];
     std::vector<std::string> found;
@@ -49,15 +49,13 @@ TEST_F(JunkOption, JsonListsCategoryConfidenceSizeAndPathInsideTheOneReport) {
                      }));
     EXPECT_EQ(junk[1]["allocatedSize"], f.allocatedSizeOf("home/.cache/thumbnails/large/a.png"));
     EXPECT_TRUE(report.contains("top"));
-}
 
-TEST_F(JunkOption, TextAddsAJunkSectionOrSaysNoneFound) {
+    // The text report adds a section, or says none was found outside the home folder.
     const std::string out = scan("text").out;
     EXPECT_NE(out.find("\nJunk ("), std::string::npos) << out;
     EXPECT_NE(out.find("Developer Caches"), std::string::npos);
     EXPECT_NE(out.find(f.fullPath("home") + "/.config/org.gone.Player\n"), std::string::npos);
     EXPECT_EQ(out.find("org.here.Editor"), std::string::npos);
-    // Outside the home folder nothing is junk.
     EXPECT_NE(scan("text", "data").out.find("\nJunk: none found\n"), std::string::npos);
 }
 

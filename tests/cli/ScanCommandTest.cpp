@@ -68,8 +68,7 @@ TEST(ScanCommand, BadInputExitsTwoWithOneLineOnStandardError) {
         EXPECT_TRUE(r.err.starts_with("ringfold-scan: ")) << shown << r.err;
     }
     auto help = scanCommand({"--help"});
-    EXPECT_EQ(help.exitCode, 0);
-    EXPECT_TRUE(help.out.starts_with("Usage: ringfold-scan")) << help.out;
+    EXPECT_TRUE(help.exitCode == 0 && help.out.starts_with("Usage: ringfold-scan")) << help.out;
 }
 
 // root/{big.bin, mid.bin, docs/{a, b/c, hard-link -> big.bin}, empty/, small0..small11}
@@ -83,8 +82,7 @@ protected:
         for (int i = 0; i < 12; ++i)
             fx.writeFile("small" + std::to_string(i), 100 * (i + 1));
     }
-    // Each stream once: the hard link adds nothing.
-    std::int64_t allocated() const {
+    std::int64_t allocated() const { // each stream once: the hard link adds nothing
         std::int64_t total = 0;
         for (const char* f : {"big.bin", "mid.bin", "docs/a", "docs/b/c"})
             total += fx.allocatedSizeOf(f);
@@ -95,17 +93,10 @@ protected:
     FixtureTree fx;
 };
 
-TEST_F(ScanCommandReport, JsonHasEveryKeyAndTheFixturesNumbers) {
+TEST_F(ScanCommandReport, JsonHasEveryKeyTheFixturesNumbersAndTheLargestItems) {
     auto r = scanCommand({"--format=json", "--no-progress", fx.root() + "/docs/../"});
     json j = parseReport(r);
-    std::vector<std::string> keys;
-    for (const auto& member : j.items())
-        keys.push_back(member.key());
-    std::ranges::sort(keys);
-    EXPECT_EQ(keys, (std::vector<std::string>{"allocatedSize", "items", "logicalSize", "path",
-                                              "restrictedPathCount", "rootRestricted", "seconds",
-                                              "sharedStreams", "top", "volumeAvailableCapacity",
-                                              "volumeTotalCapacity"}));
+    EXPECT_EQ(j.size(), 11u);        // the keys checked below, no "junk" without --junk
     EXPECT_EQ(j["path"], fx.root()); // cleaned up
     EXPECT_EQ(j["items"],
               1 + 14 + 1 + 1 + 1 + 1 + 1 + 1); // root, files, docs, a, b, c, link, empty
@@ -130,17 +121,10 @@ TEST_F(ScanCommandReport, JsonHasEveryKeyAndTheFixturesNumbers) {
     EXPECT_EQ(mid["isDirectory"], false);
     EXPECT_EQ(mid["allocatedSize"], fx.allocatedSizeOf("mid.bin"));
     EXPECT_EQ(mid["logicalSize"], 120000);
-}
-
-TEST_F(ScanCommandReport, TopLimitsTheListToTheLargest) {
-    const json all = parseReport(scanCommand({"--format=json", "--top=100", fx.root()}));
-    ASSERT_EQ(all["top"].size(), 16u);
-    for (std::size_t n : {0u, 3u}) {
-        const json j =
+    for (int n : {0, 3}) { // --top keeps the largest
+        const json few =
             parseReport(scanCommand({"--format=json", "--top", std::to_string(n), fx.root()}));
-        ASSERT_EQ(j["top"].size(), n);
-        for (std::size_t i = 0; i < n; ++i)
-            EXPECT_EQ(j["top"][i]["allocatedSize"], all["top"][i]["allocatedSize"]);
+        EXPECT_EQ(few["top"], json(std::vector<json>(j["top"].begin(), j["top"].begin() + n)));
     }
 }
 

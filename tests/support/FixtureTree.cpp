@@ -73,14 +73,6 @@ int createFile(const std::string& root, std::string_view rel, std::int64_t size,
     return fd;
 }
 
-struct stat statOf(const std::string& root, std::string_view rel) {
-    struct stat st {};
-    inFolderOf(root, rel, false, "stat", [&](int dir, const char* name) {
-        return ::fstatat(dir, name, &st, AT_SYMLINK_NOFOLLOW) == 0;
-    });
-    return st;
-}
-
 } // namespace
 
 FixtureTree::FixtureTree() {
@@ -157,12 +149,12 @@ std::string FixtureTree::deepChain(std::string_view rel, int depth, std::string_
     return path;
 }
 
-std::int64_t FixtureTree::allocatedSizeOf(std::string_view rel) const {
-    return static_cast<std::int64_t>(statOf(m_root, rel).st_blocks) * 512;
-}
-
-std::int64_t FixtureTree::logicalSizeOf(std::string_view rel) const {
-    return static_cast<std::int64_t>(statOf(m_root, rel).st_size);
+struct stat FixtureTree::statOf(std::string_view rel) const {
+    struct stat st {};
+    inFolderOf(m_root, rel, false, "stat", [&](int dir, const char* name) {
+        return ::fstatat(dir, name, &st, AT_SYMLINK_NOFOLLOW) == 0;
+    });
+    return st;
 }
 
 } // namespace ringfold::test

@@ -49,10 +49,11 @@ public:
     std::string deepChain(std::string_view rel, int depth, std::string_view segment = "d");
 
     /// Sizes of an entry (not following a final symlink): st_blocks * 512, st_size.
-    std::int64_t allocatedSizeOf(std::string_view rel) const;
-    std::int64_t logicalSizeOf(std::string_view rel) const;
+    std::int64_t allocatedSizeOf(std::string_view rel) const { return statOf(rel).st_blocks * 512; }
+    std::int64_t logicalSizeOf(std::string_view rel) const { return statOf(rel).st_size; }
 
 private:
+    struct stat statOf(std::string_view rel) const;
     std::string m_root;
 };
 
