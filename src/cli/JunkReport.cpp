@@ -1,6 +1,6 @@
 #include "cli/JunkReport.h"
 
-#include "cli/Report.h"
+#include "cli/JsonWriter.h"
 #include "core/junk/InstalledApplications.h"
 #include "core/model/ByteFormat.h"
 
@@ -62,17 +62,17 @@ std::string junkTextReport(const std::vector<JunkItem>& items) {
     return out;
 }
 
-std::string junkJsonArray(const std::vector<JunkItem>& items) {
-    std::string out = "[";
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        const JunkItem& item = items[i];
-        out += i ? ", {" : "{";
-        out += "\"category\": " + jsonString(rawValue(item.category)) + ", ";
-        out += "\"confidence\": " + jsonString(rawConfidence(item.confidence)) + ", ";
-        out += "\"allocatedSize\": " + std::to_string(item.node->allocatedSize()) + ", ";
-        out += "\"path\": " + jsonString(item.node->url()) + "}";
+void writeJunk(JsonWriter& json, const std::vector<JunkItem>& items) {
+    json.beginArray();
+    for (const JunkItem& item : items) {
+        json.beginObject();
+        json.key("category").string(rawValue(item.category));
+        json.key("confidence").string(rawConfidence(item.confidence));
+        json.key("allocatedSize").integer(item.node->allocatedSize());
+        json.pathMember("path", item.node->url());
+        json.endObject();
     }
-    return out + "]";
+    json.endArray();
 }
 
 } // namespace ringfold::cli

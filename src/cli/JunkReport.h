@@ -17,7 +17,8 @@ std::vector<JunkItem> findJunk(const FileNode& root, const JunkPlaces& places, T
 
 /// A "Junk" section for the text report, sizes in binary units.
 std::string junkTextReport(const std::vector<JunkItem>& items);
+class JsonWriter;
 /// A JSON array of {"category", "confidence", "allocatedSize", "path"}.
-std::string junkJsonArray(const std::vector<JunkItem>& items);
+void writeJunk(JsonWriter& json, const std::vector<JunkItem>& items);
 
 } // namespace ringfold::cli

@@ -1,5 +1,8 @@
 #include "cli/Report.h"
 
+#include "cli/JsonWriter.h"
+#include "cli/JunkReport.h"
+
 #include "core/model/ByteFormat.h"
 #include "core/model/DisplayGrouping.h"
 
@@ -29,67 +32,7 @@ std::string grouped(std::int64_t v) {
     return v < 0 ? "-" + out : out;
 }
 
-// Length of the valid UTF-8 sequence at s[i], or 0 when the bytes there are not one.
-std::size_t utf8Length(std::string_view s, std::size_t i) {
-    auto b = static_cast<unsigned char>(s[i]);
-    std::size_t n = b < 0x80 ? 1 : (b >> 5) == 6 ? 2 : (b >> 4) == 14 ? 3 : (b >> 3) == 30 ? 4 : 0;
-    if (n == 0 || i + n > s.size())
-        return 0;
-    for (std::size_t k = 1; k < n; ++k)
-        if ((static_cast<unsigned char>(s[i + k]) & 0xC0) != 0x80)
-            return 0;
-    if (n == 2 && b < 0xC2)
-        return 0; // overlong
-    if (n == 3) {
-        auto b1 = static_cast<unsigned char>(s[i + 1]);
-        if ((b == 0xE0 && b1 < 0xA0) || (b == 0xED && b1 >= 0xA0))
-            return 0; // overlong or surrogate
-    }
-    if (n == 4) {
-        auto b1 = static_cast<unsigned char>(s[i + 1]);
-        if ((b == 0xF0 && b1 < 0x90) || b > 0xF4 || (b == 0xF4 && b1 >= 0x90))
-            return 0;
-    }
-    return n;
-}
-
 } // namespace
-
-std::string jsonString(std::string_view text) {
-    std::string out = "\"";
-    for (std::size_t i = 0; i < text.size();) {
-        auto c = static_cast<unsigned char>(text[i]);
-        std::size_t n = utf8Length(text, i);
-        if (n == 0) {
-            out += "\\ufffd";
-            ++i;
-            continue;
-        }
-        if (n > 1) {
-            out.append(text.substr(i, n));
-            i += n;
-            continue;
-        }
-        switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        default:
-            if (c < 0x20) {
-                char buf[8];
-                std::snprintf(buf, sizeof buf, "\\u%04x", c);
-                out += buf;
-            } else {
-                out += static_cast<char>(c);
-            }
-        }
-        ++i;
-    }
-    out += '"';
-    return out;
-}
 
 std::string textReport(const ReportData& d) {
     const FileNode& root = *d.result->root;
@@ -103,9 +46,9 @@ std::string textReport(const ReportData& d) {
     add("%s\n", d.path.c_str());
     add("  Allocated    %s (logical %s)\n", formatBinary(root.allocatedSize()).c_str(),
         formatBinary(root.logicalSize()).c_str());
-    add("  Items        %s\n", grouped(d.items).c_str());
+    add("  Items        %s\n", grouped(d.counts.items).c_str());
     add("  Restricted   %s\n", grouped(a.restrictedPathCount).c_str());
-    add("  Shared       %s streams counted once\n", grouped(d.sharedStreams).c_str());
+    add("  Shared       %s streams counted once\n", grouped(d.counts.sharedStreams).c_str());
     if (a.volumeTotalCapacity > 0)
         add("  Volume       %s total, %s free\n", formatBinary(a.volumeTotalCapacity).c_str(),
             formatBinary(a.volumeAvailableCapacity).c_str());
@@ -132,34 +75,31 @@ std::string textReport(const ReportData& d) {
 std::string jsonReport(const ReportData& d) {
     const FileNode& root = *d.result->root;
     const SpaceAccounting& a = d.result->accounting;
-    std::string out = "{";
-    auto num = [&](const char* key, std::int64_t v, bool comma = true) {
-        out += jsonString(key) + ": " + std::to_string(v) + (comma ? ", " : "");
-    };
-    out += "\"path\": " + jsonString(d.path) + ", ";
-    num("items", d.items);
-    num("allocatedSize", root.allocatedSize());
-    num("logicalSize", root.logicalSize());
-    num("restrictedPathCount", a.restrictedPathCount);
-    out += std::string("\"rootRestricted\": ") + (root.isRestricted() ? "true" : "false") + ", ";
-    num("sharedStreams", d.sharedStreams);
-    num("volumeTotalCapacity", a.volumeTotalCapacity);
-    num("volumeAvailableCapacity", a.volumeAvailableCapacity);
-    char secs[32];
-    std::snprintf(secs, sizeof secs, "%.3f", d.seconds);
-    out += std::string("\"seconds\": ") + secs + ", \"top\": [";
-    bool first = true;
+    JsonWriter json;
+    json.beginObject().pathMember("path", d.path);
+    json.key("items").integer(d.counts.items);
+    json.key("allocatedSize").integer(root.allocatedSize());
+    json.key("logicalSize").integer(root.logicalSize());
+    json.key("restrictedPathCount").integer(a.restrictedPathCount);
+    json.key("rootRestricted").boolean(root.isRestricted());
+    json.key("sharedStreams").integer(d.counts.sharedStreams);
+    json.key("volumeTotalCapacity").integer(a.volumeTotalCapacity);
+    json.key("volumeAvailableCapacity").integer(a.volumeAvailableCapacity);
+    json.key("seconds").fixed(d.seconds, 3);
+    json.key("top").beginArray();
     for (FileNode* k : largestChildren(root, d.top)) {
-        if (!first)
-            out += ", ";
-        first = false;
-        out += "{\"name\": " + jsonString(k->name()) + ", ";
-        out += "\"allocatedSize\": " + std::to_string(k->allocatedSize()) + ", ";
-        out += "\"logicalSize\": " + std::to_string(k->logicalSize()) + ", ";
-        out += std::string("\"isDirectory\": ") + (k->isDirectory() ? "true" : "false") + "}";
+        json.beginObject().pathMember("name", k->name());
+        json.key("allocatedSize").integer(k->allocatedSize());
+        json.key("logicalSize").integer(k->logicalSize());
+        json.key("isDirectory").boolean(k->isDirectory());
+        json.endObject();
     }
-    out += "]}\n";
-    return out;
+    json.endArray();
+    if (d.junk) {
+        json.key("junk");
+        writeJunk(json, *d.junk);
+    }
+    return json.endObject().take();
 }
 
 } // namespace ringfold::cli

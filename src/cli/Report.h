@@ -1,25 +1,27 @@
 #pragma once
 // Text and JSON reports of a finished scan.
 
+#include "core/junk/JunkClassifier.h"
 #include "core/model/ScanResult.h"
+#include "core/scan/ScanBackend.h"
 
-#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace ringfold::cli {
 
 struct ReportData {
     std::string path;
     const ScanResult* result = nullptr;
-    std::int64_t items = 0;
-    std::int64_t sharedStreams = 0;
+    ScanCounts counts;
     double seconds = 0;
     int top = 10;
+    /// The --junk listing; null when it was not asked for.
+    const std::vector<JunkItem>* junk = nullptr;
 };
 
 std::string textReport(const ReportData& data);
+/// One JSON object (see JsonWriter for how names that are not UTF-8 come out).
 std::string jsonReport(const ReportData& data);
-/// A JSON string literal; bytes that are not valid UTF-8 become U+FFFD.
-std::string jsonString(std::string_view text);
 
 } // namespace ringfold::cli

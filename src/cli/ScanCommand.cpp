@@ -3,20 +3,20 @@
 #include "cli/JunkReport.h"
 #include "cli/Report.h"
 #include "core/model/ByteFormat.h"
-#include "core/scan/BulkScanEngine.h"
-#include "core/scan/FileManagerScanEngine.h"
 #include "core/scan/ScanEngine.h"
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
-#include <mutex>
 #include <csignal>
-#include <ctime>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <mutex>
 #include <optional>
+#include <pthread.h>
 #include <string>
 #include <sys/stat.h>
 #include <thread>
@@ -26,8 +26,13 @@ namespace ringfold::cli {
 
 namespace {
 
-volatile std::sig_atomic_t g_interrupted = 0;
-extern "C" void onInterrupt(int) { g_interrupted = 1; }
+// The first SIGINT or SIGTERM; the exit status is 128 plus its number, as a shell
+// reports a process that the signal ended.
+volatile std::sig_atomic_t g_signal = 0;
+extern "C" void onStopSignal(int signal) {
+    if (!g_signal)
+        g_signal = signal;
+}
 
 const char* kUsage =
     "Usage: ringfold-scan [options] PATH\n"
@@ -134,8 +139,9 @@ void drawProgress(const ScanProgress& p, double seconds) {
     for (char& c : folder)
         if (static_cast<unsigned char>(c) < 0x20)
             c = '?';
-    std::fprintf(stderr, "\r\033[K%lld items, %s, %.1f s  %s", static_cast<long long>(p.itemCount()),
-                 formatBinary(p.allocatedBytes()).c_str(), seconds, folder.c_str());
+    std::fprintf(stderr, "\r\033[K%lld items, %s, %.1f s  %s",
+                 static_cast<long long>(p.itemCount()), formatBinary(p.allocatedBytes()).c_str(),
+                 seconds, folder.c_str());
     std::fflush(stderr);
 }
 
@@ -158,10 +164,17 @@ int runScanCommand(int argc, char** argv) {
 
     const bool showProgress = o.progress.value_or(::isatty(STDERR_FILENO) == 1);
     struct sigaction sa {};
-    sa.sa_handler = onInterrupt;
+    sa.sa_handler = onStopSignal;
     sigemptyset(&sa.sa_mask);
     ::sigaction(SIGINT, &sa, nullptr);
     ::sigaction(SIGTERM, &sa, nullptr);
+    // A launcher may hand these over blocked; one that arrived meanwhile is delivered
+    // here, before the scan thread exists, and the scan stops at its first folder.
+    sigset_t stopSignals;
+    sigemptyset(&stopSignals);
+    sigaddset(&stopSignals, SIGINT);
+    sigaddset(&stopSignals, SIGTERM);
+    ::pthread_sigmask(SIG_UNBLOCK, &stopSignals, nullptr);
 
     ScanEngine::Options eo;
     eo.threads = o.threads;
@@ -171,6 +184,8 @@ int runScanCommand(int argc, char** argv) {
                       activeProcessorCount(), eo);
     ScanProgress progress;
     std::stop_source stop;
+    if (g_signal)
+        stop.request_stop();
     std::optional<ScanResult> result;
     // The scan thread signals the end at once; polling with a sleep would add up to
     // one poll interval to every scan's wall time.
@@ -195,7 +210,7 @@ int runScanCommand(int argc, char** argv) {
             if (doneSignal.wait_for(lock, std::chrono::milliseconds(50), [&] { return done; }))
                 break;
         }
-        if (g_interrupted && !stop.stop_requested())
+        if (g_signal && !stop.stop_requested())
             stop.request_stop();
         if (showProgress && !stop.stop_requested())
             drawProgress(progress, elapsed());
@@ -204,9 +219,13 @@ int runScanCommand(int argc, char** argv) {
     const double seconds = elapsed();
     if (showProgress)
         std::fputs("\r\033[K", stderr);
-    if (g_interrupted || !result) {
+    if (g_signal) {
         std::fputs("ringfold-scan: interrupted\n", stderr);
-        return 130;
+        return 128 + g_signal;
+    }
+    if (!result) {
+        std::fputs("ringfold-scan: the scan ended without a result\n", stderr);
+        return 1;
     }
 
     ReportData d;
@@ -214,21 +233,16 @@ int runScanCommand(int argc, char** argv) {
     d.result = &*result;
     d.seconds = seconds;
     d.top = o.top;
-    if (auto* bulk = dynamic_cast<BulkScanEngine*>(&engine.backend())) {
-        d.items = bulk->lastStats().itemCount;
-        d.sharedStreams = bulk->lastStats().sharedStreams;
-    } else if (auto* fm = dynamic_cast<FileManagerScanEngine*>(&engine.backend())) {
-        d.items = fm->lastItemCount();
+    d.counts = engine.lastCounts();
+    std::vector<JunkItem> junk;
+    if (o.junk) {
+        junk = findJunk(*result->root, JunkPlaces::fromEnvironment(),
+                        static_cast<Timestamp>(std::time(nullptr)));
+        d.junk = &junk;
     }
     std::string out = o.json ? jsonReport(d) : textReport(d);
-    if (o.junk) {
-        const auto junk = findJunk(*result->root, JunkPlaces::fromEnvironment(),
-                                   static_cast<Timestamp>(std::time(nullptr)));
-        if (o.json && out.size() >= 2 && out.compare(out.size() - 2, 2, "}\n") == 0)
-            out.replace(out.size() - 2, 2, ", \"junk\": " + junkJsonArray(junk) + "}\n");
-        else
-            out += junkTextReport(junk);
-    }
+    if (o.junk && !o.json)
+        out += junkTextReport(junk);
     std::fwrite(out.data(), 1, out.size(), stdout);
     return std::fflush(stdout) == 0 ? 0 : 1;
 }

@@ -4,7 +4,8 @@
 
 namespace ringfold::cli {
 
-/// Exit codes: 0 done, 1 internal failure, 2 bad input, 130 interrupted.
+/// Exit codes: 0 done, 1 internal failure, 2 bad input, 128 + the signal when
+/// SIGINT (130) or SIGTERM (143) stopped the scan.
 int runScanCommand(int argc, char** argv);
 
 } // namespace ringfold::cli

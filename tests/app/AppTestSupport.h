@@ -1,17 +1,14 @@
 #pragma once
-// Helpers shared by the Qt tests: fixture trees written into a temporary folder, a
-// real scan of such a tree, and lookups of scanned nodes by relative path.
+// Helpers shared by the Qt tests: a real scan of a fixture tree (tests/support/
+// FixtureTree builds them), and lookups of scanned nodes by relative path.
 
 #include "core/model/FileNode.h"
 #include "core/model/ScanResult.h"
 #include "core/scan/ScanEngine.h"
 
 #include <QByteArray>
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QString>
-#include <QStringList>
 
 #include <cstdio>
 #include <optional>
@@ -19,33 +16,9 @@
 
 namespace ringfold::apptest {
 
-/// Writes `data` (folders created as needed). Returns false on failure.
-inline bool writeBytes(const QString& path, const QByteArray& data) {
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(data) == data.size();
-}
-
-inline bool writeFile(const QString& path, qint64 bytes, char fill = 'x') {
-    return writeBytes(path, QByteArray(bytes, fill));
-}
-
 inline QByteArray readAll(const QString& path) {
     QFile f(path);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<unreadable>");
-}
-
-inline bool makeDir(const QString& path) {
-    return QDir().mkpath(path);
-}
-
-/// `folders` subfolders of `root`, each holding `filesPerFolder` small files.
-inline bool writeManyFiles(const QString& root, int folders, int filesPerFolder) {
-    for (int d = 0; d < folders; ++d)
-        for (int f = 0; f < filesPerFolder; ++f)
-            if (!writeFile(QStringLiteral("%1/d%2/f%3").arg(root).arg(d).arg(f), 10))
-                return false;
-    return true;
 }
 
 /// The back-ends print a closing line per scan; tests keep standard output quiet.

@@ -1,13 +1,11 @@
-// "Show in File Manager" against a stand-in org.freedesktop.FileManager1 service on a
-// private session bus, and the fallback to opening the parent folder without one.
-//
-// Without a session bus the test runs itself again under dbus-run-session, which
-// starts a private bus for the run; without dbus-run-session it skips.
+// "Show in File Manager" against a stand-in org.freedesktop.FileManager1 service, and
+// the fallback to opening the parent folder without one. The test always runs itself
+// again under dbus-run-session (package dbus-bin), so it has a private session bus of
+// its own, away from a desktop's real file manager, wherever it runs.
 #include "app/operations/FileManagerReveal.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -19,8 +17,6 @@ using namespace ringfold;
 
 namespace {
 
-const char* kReexecMarker = "RINGFOLD_REVEAL_TEST_BUS";
-
 // What a file manager does with ShowItems, reduced to remembering the call.
 class StandInFileManager : public QObject {
     Q_OBJECT
@@ -28,15 +24,9 @@ class StandInFileManager : public QObject {
 
 public:
     QStringList lastUris;
-    QString lastStartupId;
-    int calls = 0;
 
 public slots:
-    void ShowItems(const QStringList& uris, const QString& startupId) {
-        lastUris = uris;
-        lastStartupId = startupId;
-        ++calls;
-    }
+    void ShowItems(const QStringList& uris, const QString& /*startupId*/) { lastUris = uris; }
 };
 
 } // namespace
@@ -44,75 +34,59 @@ public slots:
 class FileManagerRevealTest : public QObject {
     Q_OBJECT
 
-private slots:
-    void initTestCase();
-    void showsTheItemThroughTheService();
-    void opensTheParentFolderWithoutAService();
-
-private:
     std::vector<QString> m_opened;
-    FileManagerReveal::FolderOpener recordingOpener() {
-        return [this](const QString& folder) {
+    FileManagerReveal reveal() {
+        m_opened.clear();
+        return FileManagerReveal(QDBusConnection::sessionBus(), [this](const QString& folder) {
             m_opened.push_back(folder);
             return true;
-        };
+        });
+    }
+
+private slots:
+    void initTestCase() {
+        QVERIFY2(QDBusConnection::sessionBus().isConnected(),
+                 "no private session bus: is dbus-run-session (package dbus-bin) installed?");
+    }
+
+    void showsTheItemThroughTheService() {
+        // The stand-in owns the name on a connection of its own, as a file manager would.
+        QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "standin");
+        StandInFileManager standIn;
+        const QString path = FileManagerReveal::kPath, service = FileManagerReveal::kService;
+        QVERIFY(bus.registerObject(path, &standIn, QDBusConnection::ExportAllSlots));
+        QVERIFY(bus.registerService(service));
+        auto r = reveal();
+        QVERIFY(r.serviceAvailable());
+        QVERIFY(r.reveal(QStringLiteral("/home/ann/My Files/100% done.txt")));
+        QTRY_COMPARE(standIn.lastUris,
+                     QStringList{QStringLiteral("file:///home/ann/My%20Files/100%25%20done.txt")});
+        QVERIFY(m_opened.empty());
+        QDBusConnection::disconnectFromBus("standin"); // gives the name up
+    }
+
+    void opensTheParentFolderWithoutAService() {
+        auto r = reveal();
+        QTRY_VERIFY(!r.serviceAvailable()); // the previous owner may still be leaving
+        QSignalSpy fellBack(&r, &FileManagerReveal::fellBackToFolder);
+        QVERIFY(r.reveal(QStringLiteral("/home/ann/Documents/report.pdf")));
+        QCOMPARE(m_opened, std::vector<QString>{QStringLiteral("/home/ann/Documents")});
+        QCOMPARE(fellBack.count(), 1);
+        FileManagerReveal failing(QDBusConnection::sessionBus(),
+                                  [](const QString&) { return false; });
+        QVERIFY(!failing.reveal(QStringLiteral("/x/y"))); // an opener that cannot start
     }
 };
 
-void FileManagerRevealTest::initTestCase() {
-    if (!QDBusConnection::sessionBus().isConnected())
-        QSKIP("no session bus (and dbus-run-session could not provide one)");
-}
-
-void FileManagerRevealTest::showsTheItemThroughTheService() {
-    // The stand-in owns the name on a connection of its own, as a separate file
-    // manager process would.
-    QDBusConnection standInBus =
-        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("standin"));
-    StandInFileManager standIn;
-    QVERIFY(standInBus.registerObject(QString::fromLatin1(FileManagerReveal::kPath), &standIn,
-                                      QDBusConnection::ExportAllSlots));
-    QVERIFY(standInBus.registerService(QString::fromLatin1(FileManagerReveal::kService)));
-
-    m_opened.clear();
-    FileManagerReveal reveal(QDBusConnection::sessionBus(), recordingOpener());
-    QVERIFY(reveal.serviceAvailable());
-    QVERIFY(reveal.reveal(QStringLiteral("/home/ann/My Files/100% done.txt")));
-    QTRY_COMPARE(standIn.calls, 1);
-    QCOMPARE(standIn.lastUris,
-             QStringList{QStringLiteral("file:///home/ann/My%20Files/100%25%20done.txt")});
-    QCOMPARE(standIn.lastStartupId, QString());
-    QVERIFY(m_opened.empty());
-
-    standInBus.unregisterService(QString::fromLatin1(FileManagerReveal::kService));
-    standInBus.unregisterObject(QString::fromLatin1(FileManagerReveal::kPath));
-    QDBusConnection::disconnectFromBus(QStringLiteral("standin"));
-}
-
-void FileManagerRevealTest::opensTheParentFolderWithoutAService() {
-    m_opened.clear();
-    FileManagerReveal reveal(QDBusConnection::sessionBus(), recordingOpener());
-    QTRY_VERIFY(!reveal.serviceAvailable()); // the previous owner may still be leaving
-    QSignalSpy fellBack(&reveal, &FileManagerReveal::fellBackToFolder);
-    QVERIFY(reveal.reveal(QStringLiteral("/home/ann/Documents/report.pdf")));
-    QCOMPARE(m_opened, std::vector<QString>{QStringLiteral("/home/ann/Documents")});
-    QCOMPARE(fellBack.count(), 1);
-
-    // An opener that cannot start reports the failure.
-    FileManagerReveal failing(QDBusConnection::sessionBus(), [](const QString&) { return false; });
-    QVERIFY(!failing.reveal(QStringLiteral("/x/y")));
-}
-
 int main(int argc, char** argv) {
-    // A private bus keeps the stand-in away from a real desktop session's file manager.
-    if (!std::getenv(kReexecMarker)) {
-        ::setenv(kReexecMarker, "1", 1);
+    constexpr const char* kMarker = "RINGFOLD_REVEAL_TEST_BUS";
+    if (!std::getenv(kMarker)) {
+        ::setenv(kMarker, "1", 1);
         std::vector<char*> args = {const_cast<char*>("dbus-run-session"), const_cast<char*>("--")};
-        for (int i = 0; i < argc; ++i)
-            args.push_back(argv[i]);
+        args.insert(args.end(), argv, argv + argc);
         args.push_back(nullptr);
         ::execvp("dbus-run-session", args.data());
-        // No dbus-run-session: carry on; initTestCase skips without a bus.
+        // No dbus-run-session: never fall back to a desktop's bus; initTestCase fails.
         ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
     }
     QCoreApplication app(argc, argv);

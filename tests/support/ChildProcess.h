@@ -1,16 +1,9 @@
 #pragma once
-// Runs another program for tests (the ringfold-scan binary, du, find, setpriv) with
-// its standard output and standard error captured through pipes.
-//
-// start() spawns with posix_spawnp (PATH is searched); waitForOutput() lets a test
-// wait until the child has written something before it signals it; finish() reads
-// both pipes to their end and reaps the child, killing it when the time limit
-// passes. One object per child, used from one thread.
+// Runs another program for tests (the ringfold-scan binary, du, find, setpriv, sh) to its
+// end, with its standard output and standard error captured through pipes.
 
 #include <chrono>
 #include <string>
-#include <string_view>
-#include <sys/types.h>
 #include <vector>
 
 namespace ringfold::test {
@@ -23,36 +16,13 @@ struct CommandResult {
     std::string err;
 };
 
-class ChildProcess {
-public:
-    ChildProcess() = default;
-    ~ChildProcess();
-    ChildProcess(const ChildProcess&) = delete;
-    ChildProcess& operator=(const ChildProcess&) = delete;
-
-    /// Spawns `argv` (argv[0] searched in PATH). Throws std::runtime_error on failure.
-    void start(const std::vector<std::string>& argv);
-    pid_t pid() const { return m_pid; }
-
-    /// Reads from both pipes until `needle` appears in standard error, both pipes
-    /// close, or `timeout` passes. Returns whether it appeared.
-    bool waitForOutput(std::string_view needle, std::chrono::milliseconds timeout);
-
-    /// Reads the rest of both pipes and waits for the child; after `timeout` the child
-    /// is killed with SIGKILL and the result says so.
-    CommandResult finish(std::chrono::milliseconds timeout = std::chrono::seconds(120));
-
-private:
-    // One poll round over the open pipes; false when both are closed or `until` passed.
-    bool pump(std::chrono::steady_clock::time_point until);
-
-    pid_t m_pid = -1;
-    int m_fds[2] = {-1, -1}; // read ends of standard output and standard error
-    std::string m_text[2];   // what came through each so far
-};
-
-/// Runs a command to its end and returns what it printed and how it ended.
+/// Spawns `argv` (argv[0] searched in PATH) with every signal disposition at its default
+/// and `blockedSignals` blocked (a signal sent to such a child stays pending until it
+/// unblocks it), reads both pipes to their end and reaps the child; after `timeout` the
+/// child is killed with SIGKILL and the result says so. Throws std::runtime_error when
+/// the program cannot be started.
 CommandResult runCommand(const std::vector<std::string>& argv,
-                         std::chrono::milliseconds timeout = std::chrono::seconds(120));
+                         std::chrono::milliseconds timeout = std::chrono::seconds(120),
+                         const std::vector<int>& blockedSignals = {});
 
 } // namespace ringfold::test

@@ -4,11 +4,9 @@
 
 namespace ringfold::test {
 
-MemoryTree::MemoryTree(std::string_view rootName) : m_tree(Tree::create()), m_alloc(*m_tree) {
-    NodeInit init;
-    init.name = rootName;
-    init.isDirectory = true;
-    m_root = m_alloc.create(init);
+MemoryTree::MemoryTree(std::string_view rootName)
+    : m_tree(Tree::create()), m_alloc(*m_tree),
+      m_root(m_alloc.create(init(rootName, true, 0, {}))) {
     m_tree->setUrl(m_root, "/" + std::string(rootName));
 }
 
@@ -43,26 +41,16 @@ FileNode* MemoryTree::add(FileNode* parent, const NodeInit& init) {
     return n;
 }
 
-FileNode* MemoryTree::folder(FileNode* parent, std::string_view name, NodeOptions options) {
-    return add(parent, init(name, true, 0, options));
-}
-
-FileNode* MemoryTree::file(FileNode* parent, std::string_view name, std::int64_t allocatedSize,
-                           NodeOptions options) {
-    return add(parent, init(name, false, allocatedSize, options));
-}
-
 NodeInit MemoryTree::init(std::string_view name, bool directory, std::int64_t allocatedSize,
-                          const NodeOptions& options) {
-    NodeInit init;
-    init.name = name;
-    init.isDirectory = directory;
-    init.allocatedSize = allocatedSize;
-    init.logicalSize = options.logical.value_or(allocatedSize);
-    init.isHidden = options.hidden;
-    init.cloudStatus = options.cloud;
-    init.modificationDate = options.modified;
-    return init;
+                          const NodeOptions& o) {
+    return {.name = name,
+            .isDirectory = directory,
+            .logicalSize = o.logical.value_or(allocatedSize),
+            .allocatedSize = allocatedSize,
+            .cloudStatus = o.cloud,
+            .isHidden = o.hidden,
+            .sharesStorage = o.sharesStorage,
+            .modificationDate = o.modified};
 }
 
 std::int64_t MemoryTree::totalFolders() {
@@ -72,16 +60,13 @@ std::int64_t MemoryTree::totalFolders() {
         for (FileNode* c : order[i]->children())
             order.push_back(c);
     for (auto it = order.rbegin(); it != order.rend(); ++it) {
-        FileNode* n = *it;
-        if (!n->isDirectory())
+        if (!(*it)->isDirectory())
             continue;
         std::int64_t allocated = 0, logical = 0;
-        for (FileNode* c : n->children()) {
-            allocated += c->allocatedSize();
-            logical += c->logicalSize();
-        }
-        n->setAllocatedSize(allocated);
-        n->setLogicalSize(logical);
+        for (FileNode* c : (*it)->children())
+            allocated += c->allocatedSize(), logical += c->logicalSize();
+        (*it)->setAllocatedSize(allocated);
+        (*it)->setLogicalSize(logical);
     }
     return m_root->allocatedSize();
 }

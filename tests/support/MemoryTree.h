@@ -20,6 +20,7 @@ struct NodeOptions {
     /// Defaults to the allocated size.
     std::optional<std::int64_t> logical = std::nullopt;
     std::optional<Timestamp> modified = std::nullopt;
+    bool sharesStorage = false;
 };
 
 class MemoryTree {
@@ -37,9 +38,13 @@ public:
     FileNode* folderAt(std::string_view relativePath);
 
     /// Appends a folder (size 0 until `totalFolders`) or a file to `parent`.
-    FileNode* folder(FileNode* parent, std::string_view name, NodeOptions options = {});
+    FileNode* folder(FileNode* parent, std::string_view name, NodeOptions options = {}) {
+        return add(parent, init(name, true, 0, options));
+    }
     FileNode* file(FileNode* parent, std::string_view name, std::int64_t allocatedSize,
-                   NodeOptions options = {});
+                   NodeOptions options = {}) {
+        return add(parent, init(name, false, allocatedSize, options));
+    }
 
     /// Sets every folder's sizes to the sums over its children (iterative, so deep
     /// chains are fine). Returns the root's allocated size.

@@ -1,12 +1,6 @@
 #pragma once
-// Tests that need root (mount namespaces, device nodes, dropping privileges) skip
-// where root is missing, but CI runs as root and sets RINGFOLD_REQUIRE_ROOT_TESTS=1:
-// there such a test must fail rather than skip, so a broken set-up can't hide as a
-// skip.
-//
-//   if (!canMount)
-//       SKIP_OR_FAIL_GTEST("needs root to mount a tmpfs");   // GoogleTest
-//       SKIP_OR_FAIL_QTEST("needs root to mount a tmpfs");   // Qt Test
+// A test that needs root skips without it, except where RINGFOLD_REQUIRE_ROOT_TESTS=1 (CI,
+// which runs as root): there it fails, so a broken set-up cannot hide as a skip.
 
 #include <cstdlib>
 #include <cstring>
@@ -20,17 +14,17 @@ inline bool rootTestsRequired() {
 
 } // namespace ringfold::test
 
-#define SKIP_OR_FAIL_GTEST(why)                                                              \
-    do {                                                                                     \
-        if (::ringfold::test::rootTestsRequired())                                           \
-            FAIL() << "required here (RINGFOLD_REQUIRE_ROOT_TESTS=1): " << (why);           \
-        GTEST_SKIP() << (why);                                                               \
+#define SKIP_OR_FAIL_GTEST(why)                                                                    \
+    do {                                                                                           \
+        if (::ringfold::test::rootTestsRequired())                                                 \
+            FAIL() << "required here (RINGFOLD_REQUIRE_ROOT_TESTS=1): " << (why);                  \
+        GTEST_SKIP() << (why);                                                                     \
     } while (0)
 
-#define SKIP_OR_FAIL_QTEST(why)                                                              \
-    do {                                                                                     \
-        if (::ringfold::test::rootTestsRequired())                                           \
-            QFAIL(qPrintable(QStringLiteral("required here (RINGFOLD_REQUIRE_ROOT_TESTS=1): ") + \
-                             QString(why)));                                                 \
-        QSKIP(qPrintable(QString(why)));                                                     \
+#define SKIP_OR_FAIL_QTEST(why)                                                                    \
+    do {                                                                                           \
+        if (::ringfold::test::rootTestsRequired())                                                 \
+            QFAIL(qPrintable(QStringLiteral("required here (RINGFOLD_REQUIRE_ROOT_TESTS=1): ") +   \
+                             QString(why)));                                                       \
+        QSKIP(qPrintable(QString(why)));                                                           \
     } while (0)

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 
 namespace ringfold {
 
@@ -59,7 +58,8 @@ std::string formatFileStyle(std::int64_t bytes) {
 
 std::string formatBinary(std::int64_t bytes) {
     double v = static_cast<double>(bytes);
-    if (std::llabs(bytes) < 1024)
+    // Compared on both sides: the magnitude of INT64_MIN does not fit an int64_t.
+    if (bytes > -1024 && bytes < 1024)
         return printf1("%.0f %s", v, "B");
     static const char* units[] = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
     int u = -1;

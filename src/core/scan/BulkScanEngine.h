@@ -49,6 +49,7 @@ public:
     std::optional<ScanResult> scan(const std::string& path, std::stop_token stop = {},
                                    ScanProgress* progress = nullptr) override;
     Stats lastStats() const { return m_stats; }
+    ScanCounts lastCounts() const override { return {m_stats.itemCount, m_stats.sharedStreams}; }
 
 private:
     Config m_config;

@@ -26,6 +26,8 @@ public:
     std::optional<ScanResult> scan(const std::string& path, std::stop_token stop = {},
                                    ScanProgress* progress = nullptr) override;
     std::int64_t lastItemCount() const { return m_itemCount; }
+    /// No shared streams: this back-end counts hard links in full each time.
+    ScanCounts lastCounts() const override { return {m_itemCount, 0}; }
 
 private:
     Config m_config;

@@ -33,6 +33,7 @@ public:
     std::optional<ScanResult> scan(const std::string& path, std::stop_token stop = {},
                                    ScanProgress* progress = nullptr);
     ScanBackend& backend() { return *m_backend; }
+    ScanCounts lastCounts() const { return m_backend->lastCounts(); }
 
 private:
     std::unique_ptr<ScanBackend> m_backend;
