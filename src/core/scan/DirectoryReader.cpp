@@ -3,7 +3,9 @@
 #include "core/scan/CloudStatusDetector.h"
 #include "core/scan/ScanSupport.h"
 
+#include <algorithm>
 #include <climits>
+#include <unistd.h>
 #include <cstdlib>
 #include <fcntl.h>
 #include <mutex>
@@ -82,7 +84,9 @@ ObjectType typeOf(unsigned mode) {
 void fromStatx(const struct statx& sx, std::string_view name, BulkEntry& out) {
     out.name = name;
     out.objType = (sx.stx_mask & STATX_TYPE) ? typeOf(sx.stx_mode) : ObjectType::none;
-    out.logicalSize = (sx.stx_mask & STATX_SIZE) ? static_cast<std::int64_t>(sx.stx_size) : 0;
+    out.logicalSize = (sx.stx_mask & STATX_SIZE)
+                          ? static_cast<std::int64_t>(std::min<std::uint64_t>(sx.stx_size, INT64_MAX))
+                          : 0;
     if (sx.stx_mask & STATX_BLOCKS) {
         out.allocatedSize = static_cast<std::int64_t>(sx.stx_blocks) * 512;
         out.allocatedSizeEstimated = false;
@@ -145,6 +149,16 @@ int openDirectory(const std::string& path) {
     return fd;
 }
 
+int openSubdirectory(int dirfd, const char* name) {
+    return ::openat(dirfd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY);
+}
+
+void Fd::reset(int fd) {
+    if (m_fd >= 0)
+        ::close(m_fd);
+    m_fd = fd;
+}
+
 std::optional<BulkEntry> statPath(const std::string& path) {
     struct statx sx {};
     if (::statx(AT_FDCWD, path.c_str(), kStatxFlags, kStatxMask, &sx) != 0)
@@ -158,35 +172,24 @@ std::optional<BulkEntry> statPath(const std::string& path) {
     return e;
 }
 
-DirectoryReader::DirectoryReader() : m_buffer(pool().take()) {}
-DirectoryReader::~DirectoryReader() { pool().give(m_buffer); }
-
-bool DirectoryReader::fill(int fd, int* err) {
-    long n = ::syscall(SYS_getdents64, fd, m_buffer, kBufferBytes);
-    m_pos = 0;
-    if (n < 0) {
-        if (err)
-            *err = errno;
-        m_used = 0;
-        return false;
-    }
-    m_used = n;
-    return true;
-}
-
-bool DirectoryReader::decode(int dirfd, const char* name, BulkEntry& out) {
+int statEntry(int dirfd, const char* name, BulkEntry& out) {
     struct statx sx;
     if (::statx(dirfd, name, kStatxFlags, kStatxMask, &sx) != 0)
-        return false; // deleted since listed, or unreadable: left out like an error record
+        return errno;
     fromStatx(sx, name, out);
-    return true;
+    return 0;
 }
 
-std::int64_t DirectoryReader::blockSize(int dirfd) {
+std::int64_t blockSizeOf(int dirfd) {
     struct statvfs vfs {};
     if (::fstatvfs(dirfd, &vfs) != 0 || vfs.f_bsize == 0)
         return 0;
     return static_cast<std::int64_t>(vfs.f_bsize);
 }
+
+DirectoryReader::DirectoryReader() : m_buffer(pool().take()) {}
+DirectoryReader::~DirectoryReader() { pool().give(m_buffer); }
+
+long DirectoryReader::fill(int fd) { return ::syscall(SYS_getdents64, fd, m_buffer, kBufferBytes); }
 
 } // namespace ringfold
