@@ -60,9 +60,11 @@ void writeData(int fd, std::int64_t size, char fill, std::string_view rel) {
 
 } // namespace
 
-FixtureTree::FixtureTree() {
-    const char* tmp = std::getenv("TMPDIR");
-    std::string base = (tmp && *tmp) ? tmp : "/tmp";
+FixtureTree::FixtureTree()
+    : FixtureTree(std::getenv("TMPDIR") && *std::getenv("TMPDIR") ? std::getenv("TMPDIR")
+                                                                   : "/tmp") {}
+
+FixtureTree::FixtureTree(const std::string& base) {
     std::string templ = base + "/ringfold-fixture-XXXXXX";
     std::vector<char> buf(templ.begin(), templ.end());
     buf.push_back('\0');

@@ -27,9 +27,7 @@ TEST(CloudStatusRules, StatusFollowsTheDatalessBitThenThePathPrefix) {
         {0, "/home/ann/Library/Mobile Documents/x", CloudStatus::cloudDownloaded},
         // The roots themselves are not cloud items; the prefix is plain and case-sensitive.
         {0, "/home/ann/Library/CloudStorage", CloudStatus::notApplicable},
-        {0, "/home/ann/Library/Mobile Documents", CloudStatus::notApplicable},
         {0, "/home/ann/library/CloudStorage/a", CloudStatus::notApplicable},
-        {0, "/home/ann/Library/cloudstorage/a", CloudStatus::notApplicable},
         {0, "/home/ann/Library/CloudStorageX/a", CloudStatus::notApplicable},
         {0, "/home/bob/Library/CloudStorage/a", CloudStatus::notApplicable},
     };
@@ -37,6 +35,29 @@ TEST(CloudStatusRules, StatusFollowsTheDatalessBitThenThePathPrefix) {
         EXPECT_EQ(CloudStatusDetector::status(c.flags, c.path, roots), c.expected) << c.path;
     EXPECT_EQ(CloudStatusDetector::status(0, "/home/ann/Library/CloudStorage/a", {}),
               CloudStatus::notApplicable);
+}
+
+// The per-folder scope the scanners use must answer like the full-path rule.
+TEST(CloudStatusRules, FolderScopesAgreeWithThePathRule) {
+    const std::vector<std::string> roots = {"/home/ann/Library/CloudStorage/",
+                                            "/home/ann/Library/Mobile Documents/", "/mnt/c/"};
+    for (const char* path : {"/", "/home", "/home/ann/Library", "/home/ann/Library/CloudStorage",
+                             "/home/ann/Library/CloudStorageX", "/home/ann/Library/CloudStorage/P",
+                             "/home/ann/Library/Mobile Documents", "/mnt", "/mnt/c", "/mnt/cc"}) {
+        for (const char* name : {"CloudStorage", "Mobile Documents", "c", "Library", "ann", "x"}) {
+            const std::string folder = path;
+            const std::string item = childPath(folder, name);
+            auto scope = CloudScope::ofFolder(folder, roots);
+            EXPECT_EQ(scope.status(0), CloudStatusDetector::status(0, item, roots)) << item;
+            // One level down, reached from the parent's scope.
+            const std::string below = childPath(item, "f");
+            EXPECT_EQ(scope.child(name, roots).status(0),
+                      CloudStatusDetector::status(0, below, roots))
+                << below;
+        }
+    }
+    EXPECT_EQ(CloudScope::ofFolder("/tmp", roots).status(kDatalessFlag),
+              CloudStatus::cloudPlaceholder);
 }
 
 TEST(CloudStatusRules, LinuxPlaceholdersAreVirtualFilesBySuffix) {
@@ -48,7 +69,7 @@ TEST(CloudStatusRules, LinuxPlaceholdersAreVirtualFilesBySuffix) {
 }
 
 // A scanned home folder with cloud items: both back-ends must agree.
-class CloudScan : public ::testing::TestWithParam<bool> {};
+class CloudScan : public ::testing::TestWithParam<test::Backend> {};
 
 TEST_P(CloudScan, StatusFollowsFlagsAndLocation) {
     FixtureTree fx;
@@ -58,13 +79,9 @@ TEST_P(CloudScan, StatusFollowsFlagsAndLocation) {
                    {"library/CloudStorage/lower.txt", 100},
                    {"elsewhere/away.owncloud", 0},
                    {"elsewhere/plain.txt", 100}});
-    auto scan = [&](const std::string& path) {
-        auto config = test::bulkConfig(2);
-        auto enumeration = test::enumerationConfig();
-        config.homePath = enumeration.homePath = fx.root();
-        return GetParam() ? BulkScanEngine(config).scan(path)
-                          : FileManagerScanEngine(enumeration).scan(path);
-    };
+    test::ScanSetup setup;
+    setup.homePath = fx.root();
+    auto scan = [&](const std::string& path) { return test::scanWith(GetParam(), path, setup).result; };
     auto r = scan(fx.root());
     ASSERT_TRUE(r);
     const FileNode* root = r->root.get();
@@ -93,8 +110,9 @@ TEST_P(CloudScan, StatusFollowsFlagsAndLocation) {
     EXPECT_EQ(at(inside->root.get(), "doc.txt")->cloudStatus(), CloudStatus::cloudDownloaded);
 }
 
-INSTANTIATE_TEST_SUITE_P(BothBackends, CloudScan, ::testing::Values(true, false),
-                         [](const auto& info) { return info.param ? "bulk" : "enumeration"; });
+INSTANTIATE_TEST_SUITE_P(BothBackends, CloudScan,
+                         ::testing::Values(test::Backend::bulk, test::Backend::enumeration),
+                         test::backendName);
 
 } // namespace
 } // namespace ringfold

@@ -52,13 +52,6 @@ TEST(DeviceProbe, FoldsTheDeviceNumberAndFailsQuietly) {
     EXPECT_EQ(foldDeviceID(0x1FFF, 0x1FFFFF), 0xFFFFFFFFu); // extra bits are dropped
 }
 
-TEST(PathHelpers, ChildPathsAndRootNames) {
-    EXPECT_EQ(childPath("/", "etc"), "/etc");
-    EXPECT_EQ(childPath("/home", "ann"), "/home/ann");
-    EXPECT_EQ(rootDisplayName("/"), "/");
-    EXPECT_EQ(rootDisplayName("/home/ann"), "ann");
-}
-
 TEST(ScanEngineChoice, NetworkVolumesUseTheEnumerationBackEndEverythingElseTheBulkOne) {
     for (auto kind : {ScanSourceKind::internalVolume, ScanSourceKind::externalVolume,
                       ScanSourceKind::favoriteFolder}) {
