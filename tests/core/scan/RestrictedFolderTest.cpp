@@ -14,15 +14,6 @@ using test::at;
 using test::Backend;
 using test::FixtureTree;
 
-// Collects failed checks as text, so they can cross a process boundary.
-struct Findings {
-    std::string text;
-    void check(bool ok, const std::string& what) {
-        if (!ok)
-            text += what + "\n";
-    }
-};
-
 class RestrictedFolders : public ::testing::TestWithParam<Backend> {};
 
 TEST_P(RestrictedFolders, UnreadableAndUnsearchableFoldersAreRestrictedAndEmpty) {
@@ -41,34 +32,35 @@ TEST_P(RestrictedFolders, UnreadableAndUnsearchableFoldersAreRestrictedAndEmpty)
     bool dropped = false;
     const std::string failures = test::runUnprivileged(
         [&] {
-            Findings f;
+            std::string failed; // as text, to cross the process boundary
+            auto check = [&](bool ok, const std::string& what) { failed += ok ? "" : what + "\n"; };
             auto s = test::scanWith(GetParam(), fx.root());
-            f.check(s.result.has_value(), "no result");
+            check(s.result.has_value(), "no result");
             if (!s.result)
-                return f.text;
+                return failed;
             const FileNode* root = s.root();
             for (const char* rel : {"outer/locked", "outer/listable"}) {
                 const FileNode* n = at(root, rel);
-                f.check(n && n->isDirectory() && n->isRestricted() && !n->hasChildren() &&
-                            n->allocatedSize() == 0 && n->logicalSize() == 0,
-                        std::string(rel) + ": not a restricted, empty, zero-sized folder");
+                check(n && n->isDirectory() && n->isRestricted() && !n->hasChildren() &&
+                          n->allocatedSize() == 0 && n->logicalSize() == 0,
+                      std::string(rel) + ": not a restricted, empty, zero-sized folder");
             }
-            f.check(!root->isRestricted() && !at(root, "outer")->isRestricted(),
-                    "restriction spread to the ancestors");
-            f.check(at(root, "outer/visible")->childCount() == 1, "sibling incomplete");
-            f.check(root->logicalSize() == 5000 && s.items == 8,
-                    "sizes or item count: " + std::to_string(root->logicalSize()) + " bytes, " +
-                        std::to_string(s.items) + " items");
-            f.check(s.result->accounting.restrictedPathCount == 3,
-                    "restricted count " + std::to_string(s.result->accounting.restrictedPathCount));
-            f.check(s.diagnostics.find(", 3 restricted") != std::string::npos,
-                    "closing line: " + s.diagnostics);
+            check(!root->isRestricted() && !at(root, "outer")->isRestricted(),
+                  "restriction spread to the ancestors");
+            check(at(root, "outer/visible")->childCount() == 1, "sibling incomplete");
+            check(root->logicalSize() == 5000 && s.items == 8,
+                  "sizes or item count: " + std::to_string(root->logicalSize()) + " bytes, " +
+                      std::to_string(s.items) + " items");
+            check(s.result->accounting.restrictedPathCount == 3,
+                  "restricted count " + std::to_string(s.result->accounting.restrictedPathCount));
+            check(s.diagnostics.find(", 3 restricted") != std::string::npos,
+                  "closing line: " + s.diagnostics);
             // A scan target that can be listed but not entered is a restricted empty root.
             auto t = test::scanWith(GetParam(), fx.fullPath("target"));
-            f.check(t.result && t.root()->isRestricted() && !t.root()->hasChildren() &&
-                        t.result->accounting.restrictedPathCount == 1 && t.items == 1,
-                    "target: not a restricted empty root");
-            return f.text;
+            check(t.result && t.root()->isRestricted() && !t.root()->hasChildren() &&
+                      t.result->accounting.restrictedPathCount == 1 && t.items == 1,
+                  "target: not a restricted empty root");
+            return failed;
         },
         dropped);
     if (!dropped)

@@ -1,7 +1,6 @@
 #pragma once
-// Shared helpers of the scanner tests: one way to run either back-end, lookups by
-// name, whole-tree walks (iterative: some trees are thousands of levels deep), the
-// size invariant of finished trees, and running a scan without root's powers.
+// Shared helpers of the scanner tests: either back-end run one way, lookups by name,
+// iterative whole-tree walks, the size invariant, scans without root's powers.
 
 #include "core/model/Tree.h"
 #include "core/scan/BulkScanEngine.h"
@@ -9,31 +8,18 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <grp.h>
 #include <string>
 #include <string_view>
 #include <sys/wait.h>
+#include <type_traits>
 #include <unistd.h>
 #include <vector>
 
 namespace ringfold::test {
-
-inline BulkScanEngine::Config bulkConfig(int threads = 4, std::FILE* diagnostics = nullptr) {
-    BulkScanEngine::Config c;
-    c.maxConcurrentDirScans = threads;
-    c.diagnostics = diagnostics;
-    c.homePath = "/nonexistent-home-for-tests";
-    return c;
-}
-
-inline FileManagerScanEngine::Config enumerationConfig(std::FILE* diagnostics = nullptr) {
-    FileManagerScanEngine::Config c;
-    c.diagnostics = diagnostics;
-    c.homePath = "/nonexistent-home-for-tests";
-    return c;
-}
 
 enum class Backend { bulk, enumeration };
 inline std::string backendName(const ::testing::TestParamInfo<Backend>& info) {
@@ -48,7 +34,7 @@ struct Scanned {
     const FileNode* root() const { return result->root.get(); }
 };
 
-/// Settings both back-ends share; `tune` may adjust a bulk config further.
+/// Settings of either back-end for one scan.
 struct ScanSetup {
     int threads = 3;
     std::string homePath = "/nonexistent-home-for-tests";
@@ -59,21 +45,23 @@ struct ScanSetup {
     std::stop_token stop;
 };
 
-inline std::unique_ptr<ScanBackend> makeBackend(Backend b, const ScanSetup& s, std::FILE* diag) {
-    if (b == Backend::bulk) {
-        auto c = bulkConfig(s.threads, diag);
-        c.homePath = s.homePath;
-        c.isSystemRoot = s.isSystemRoot;
-        c.deviceIDProvider = s.deviceID;
-        c.beforeFolderRead = s.beforeFolderRead;
-        return std::make_unique<BulkScanEngine>(c);
-    }
-    auto c = enumerationConfig(diag);
+template <typename Config> Config configFor(const ScanSetup& s, std::FILE* diag) {
+    Config c;
+    c.diagnostics = diag;
     c.homePath = s.homePath;
     c.isSystemRoot = s.isSystemRoot;
     c.deviceIDProvider = s.deviceID;
     c.beforeFolderRead = s.beforeFolderRead;
-    return std::make_unique<FileManagerScanEngine>(c);
+    if constexpr (std::is_same_v<Config, BulkScanEngine::Config>)
+        c.maxConcurrentDirScans = s.threads;
+    return c;
+}
+
+inline std::unique_ptr<ScanBackend> makeBackend(Backend b, const ScanSetup& s, std::FILE* diag) {
+    if (b == Backend::bulk)
+        return std::make_unique<BulkScanEngine>(configFor<BulkScanEngine::Config>(s, diag));
+    return std::make_unique<FileManagerScanEngine>(
+        configFor<FileManagerScanEngine::Config>(s, diag));
 }
 
 /// Everything written to a tmpfile() so far.
@@ -87,41 +75,31 @@ inline std::string readAll(std::FILE* f) {
     return text;
 }
 
-inline std::int64_t itemCountOf(ScanBackend& engine) {
-    if (auto* bulk = dynamic_cast<BulkScanEngine*>(&engine))
-        return bulk->lastStats().itemCount;
-    return dynamic_cast<FileManagerScanEngine&>(engine).lastItemCount();
-}
-
 inline Scanned scanWith(Backend b, const std::string& path, const ScanSetup& setup = {}) {
     std::FILE* diag = std::tmpfile();
     auto engine = makeBackend(b, setup, diag);
     Scanned s;
     s.result = engine->scan(path, setup.stop, setup.progress);
-    s.items = itemCountOf(*engine);
+    auto* bulk = dynamic_cast<BulkScanEngine*>(engine.get());
+    s.items = bulk ? bulk->lastStats().itemCount
+                   : dynamic_cast<FileManagerScanEngine&>(*engine).lastItemCount();
     s.diagnostics = readAll(diag);
     std::fclose(diag);
     return s;
 }
 
-inline FileNode* child(const FileNode* folder, std::string_view name) {
-    if (!folder)
-        return nullptr;
-    for (FileNode* c : folder->children())
-        if (c->name() == name)
-            return c;
-    return nullptr;
-}
-
 /// Follows a "/"-separated chain of names from `root`; null when a step is missing.
 inline FileNode* at(const FileNode* root, std::string_view rel) {
-    const FileNode* n = root;
-    while (n && !rel.empty()) {
-        auto slash = rel.find('/');
-        n = child(n, rel.substr(0, slash));
-        rel = slash == std::string_view::npos ? std::string_view() : rel.substr(slash + 1);
+    auto* n = const_cast<FileNode*>(root);
+    for (std::string_view rest = rel; n && !rest.empty();) {
+        const auto name = rest.substr(0, rest.find('/'));
+        rest.remove_prefix(std::min(rest.size(), name.size() + 1));
+        FileNode* c = n->firstChild();
+        while (c && c->name() != name)
+            c = c->nextSibling();
+        n = c;
     }
-    return const_cast<FileNode*>(n);
+    return n;
 }
 
 inline void forEachNode(const FileNode* root, const std::function<void(const FileNode*)>& f) {
@@ -154,43 +132,17 @@ inline std::string sumsMismatch(const FileNode* root) {
             allocated = addBytes(allocated, c->allocatedSize());
         }
         if (logical != n->logicalSize() || allocated != n->allocatedSize())
-            problem = std::string(n->name()) + ": children sum to " + std::to_string(allocated) +
-                      "/" + std::to_string(logical) + ", folder says " +
-                      std::to_string(n->allocatedSize()) + "/" + std::to_string(n->logicalSize());
+            problem = n->url() + ": its sizes are not its children's sums";
     });
     return problem;
-}
-
-/// Matches `text` against `pattern` exactly, where '#' stands for one or more digits
-/// (collected into `numbers`) and every other character for itself. (std::regex trips
-/// GCC 12's uninitialised-use warning in sanitizer builds, so it is not used here.)
-inline bool matchesPattern(std::string_view text, std::string_view pattern,
-                           std::vector<std::int64_t>* numbers = nullptr) {
-    std::size_t t = 0;
-    for (char p : pattern) {
-        if (p != '#') {
-            if (t >= text.size() || text[t] != p)
-                return false;
-            ++t;
-            continue;
-        }
-        std::size_t start = t;
-        while (t < text.size() && text[t] >= '0' && text[t] <= '9')
-            ++t;
-        if (t == start)
-            return false;
-        if (numbers)
-            numbers->push_back(std::stoll(std::string(text.substr(start, t - start))));
-    }
-    return t == text.size();
 }
 
 /// Runs `body` without the power to read what permissions forbid and returns what it
 /// returned (by convention: failed checks as text). As root (CI), it runs in a forked
 /// child that has become "nobody"; `dropped` says whether that worked.
 inline std::string runUnprivileged(const std::function<std::string()>& body, bool& dropped) {
-    dropped = true;
-    if (::geteuid() != 0)
+    dropped = ::geteuid() != 0;
+    if (dropped)
         return body();
     int fds[2];
     if (::pipe(fds) != 0)
@@ -198,11 +150,9 @@ inline std::string runUnprivileged(const std::function<std::string()>& body, boo
     std::fflush(nullptr);
     const pid_t pid = ::fork();
     if (pid == 0) {
-        ::close(fds[0]);
-        std::string out = ::setgroups(0, nullptr) == 0 && ::setgid(65534) == 0 &&
-                                  ::setuid(65534) == 0
-                              ? "ran\n" + body()
-                              : "could not drop privileges\n";
+        const bool ok =
+            ::setgroups(0, nullptr) == 0 && ::setgid(65534) == 0 && ::setuid(65534) == 0;
+        const std::string out = ok ? "ran\n" + body() : "could not drop privileges\n";
         ::_exit(::write(fds[1], out.data(), out.size()) < 0 ? 3 : 0);
     }
     ::close(fds[1]);
@@ -212,8 +162,7 @@ inline std::string runUnprivileged(const std::function<std::string()>& body, boo
         got.append(buf, static_cast<std::size_t>(n));
     ::close(fds[0]);
     int status = 0;
-    if (pid < 0 || ::waitpid(pid, &status, 0) != pid || !WIFEXITED(status) ||
-        WEXITSTATUS(status) != 0)
+    if (pid < 0 || ::waitpid(pid, &status, 0) != pid || status != 0)
         return "the unprivileged child failed: " + got;
     dropped = got.starts_with("ran\n");
     return dropped ? got.substr(4) : got;

@@ -14,11 +14,10 @@ namespace {
 struct Nodes {
     std::shared_ptr<Tree> tree = Tree::create();
     NodeAllocator alloc{*tree};
-    FileNode* make(std::int64_t allocated = 4096) {
+    FileNode* make() {
         NodeInit init;
         init.name = "n";
-        init.allocatedSize = allocated;
-        init.logicalSize = allocated;
+        init.allocatedSize = init.logicalSize = 4096;
         return alloc.create(init);
     }
 };
