@@ -486,6 +486,11 @@ Next ScanRun::finishFolder(Listing& l) {
     l.results.clear();
     l.stretches.clear();
     release(job);
+    if (next.job && !next.fd.valid()) {
+        // Not by its path instead: it may have been swapped for a symlink meanwhile.
+        restrict(next.job);
+        return {};
+    }
     return next;
 }
 
