@@ -79,7 +79,9 @@ template <typename T> std::uint32_t Tree::ChunkTable<T>::add(T* chunk) {
     return i;
 }
 
-std::shared_ptr<Tree> Tree::create() { return std::shared_ptr<Tree>(new Tree()); }
+std::shared_ptr<Tree> Tree::create() {
+    return std::shared_ptr<Tree>(new Tree());
+}
 
 Tree::~Tree() {
     std::uint32_t n = m_nodeChunks.size();
@@ -128,7 +130,9 @@ std::uint32_t Tree::indexOf(const FileNode* node) {
     return c->chunkNo * kNodesPerChunk + slot;
 }
 
-Tree& Tree::treeOf(const FileNode* node) { return *chunkOf(node)->tree; }
+Tree& Tree::treeOf(const FileNode* node) {
+    return *chunkOf(node)->tree;
+}
 
 NodeID Tree::idOf(const FileNode* node) {
     NodeChunk* c = chunkOf(node);

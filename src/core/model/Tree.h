@@ -140,7 +140,6 @@ public:
     struct NodeChunk; // header at the start of each mapping (internal)
 
 private:
-
     NodeChunk* newNodeChunk(std::uint32_t& chunkNo);
     NameBlock* newNameBlock(std::uint32_t& blockNo);
 

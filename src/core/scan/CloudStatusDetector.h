@@ -48,8 +48,8 @@ public:
     }
 
 private:
-    bool m_inside = false;       // folder + "/" begins with a root
-    std::uint64_t m_above = 0;   // bit i: root i is longer than folder + "/" and begins with it
+    bool m_inside = false;          // folder + "/" begins with a root
+    std::uint64_t m_above = 0;      // bit i: root i is longer than folder + "/" and begins with it
     std::size_t m_prefixLength = 0; // length of folder + "/"
 };
 

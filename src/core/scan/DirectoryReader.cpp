@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <unistd.h>
 #include <cstdlib>
 #include <fcntl.h>
 #include <mutex>
@@ -13,6 +12,7 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 #include <vector>
 
 namespace ringfold {
@@ -65,28 +65,37 @@ BufferPool& pool() {
 }
 
 constexpr unsigned kStatxFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
-constexpr unsigned kStatxMask = STATX_TYPE | STATX_MODE | STATX_NLINK | STATX_INO | STATX_SIZE |
-                                STATX_BLOCKS | STATX_MTIME;
+constexpr unsigned kStatxMask =
+    STATX_TYPE | STATX_MODE | STATX_NLINK | STATX_INO | STATX_SIZE | STATX_BLOCKS | STATX_MTIME;
 
 ObjectType typeOf(unsigned mode) {
     switch (mode & S_IFMT) {
-    case S_IFREG: return ObjectType::regular;
-    case S_IFDIR: return ObjectType::directory;
-    case S_IFBLK: return ObjectType::blockDevice;
-    case S_IFCHR: return ObjectType::charDevice;
-    case S_IFLNK: return ObjectType::symlink;
-    case S_IFSOCK: return ObjectType::socket;
-    case S_IFIFO: return ObjectType::fifo;
-    default: return ObjectType::none;
+    case S_IFREG:
+        return ObjectType::regular;
+    case S_IFDIR:
+        return ObjectType::directory;
+    case S_IFBLK:
+        return ObjectType::blockDevice;
+    case S_IFCHR:
+        return ObjectType::charDevice;
+    case S_IFLNK:
+        return ObjectType::symlink;
+    case S_IFSOCK:
+        return ObjectType::socket;
+    case S_IFIFO:
+        return ObjectType::fifo;
+    default:
+        return ObjectType::none;
     }
 }
 
 void fromStatx(const struct statx& sx, std::string_view name, BulkEntry& out) {
     out.name = name;
     out.objType = (sx.stx_mask & STATX_TYPE) ? typeOf(sx.stx_mode) : ObjectType::none;
-    out.logicalSize = (sx.stx_mask & STATX_SIZE)
-                          ? static_cast<std::int64_t>(std::min<std::uint64_t>(sx.stx_size, INT64_MAX))
-                          : 0;
+    out.logicalSize =
+        (sx.stx_mask & STATX_SIZE)
+            ? static_cast<std::int64_t>(std::min<std::uint64_t>(sx.stx_size, INT64_MAX))
+            : 0;
     if (sx.stx_mask & STATX_BLOCKS) {
         out.allocatedSize = static_cast<std::int64_t>(sx.stx_blocks) * 512;
         out.allocatedSizeEstimated = false;
@@ -188,8 +197,12 @@ std::int64_t blockSizeOf(int dirfd) {
 }
 
 DirectoryReader::DirectoryReader() : m_buffer(pool().take()) {}
-DirectoryReader::~DirectoryReader() { pool().give(m_buffer); }
+DirectoryReader::~DirectoryReader() {
+    pool().give(m_buffer);
+}
 
-long DirectoryReader::fill(int fd) { return ::syscall(SYS_getdents64, fd, m_buffer, kBufferBytes); }
+long DirectoryReader::fill(int fd) {
+    return ::syscall(SYS_getdents64, fd, m_buffer, kBufferBytes);
+}
 
 } // namespace ringfold

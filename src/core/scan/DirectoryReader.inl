@@ -30,7 +30,7 @@ template <typename F> int DirectoryReader::list(int fd, const std::stop_token& s
             if (name[0] == '.' &&
                 (name[1] == '\0' || (name[1] == '.' && name[2] == '\0') || name[1] == '_'))
                 continue;
-            onName(name);
+            onName(name, d->d_ino);
         }
     }
 }

@@ -53,8 +53,7 @@ int statTarget(const std::string& path, struct stat* st) {
 
 FileManagerScanEngine::FileManagerScanEngine(Config config) : m_config(std::move(config)) {}
 
-std::optional<ScanResult> FileManagerScanEngine::scan(const std::string& url,
-                                                      std::stop_token stop,
+std::optional<ScanResult> FileManagerScanEngine::scan(const std::string& url, std::stop_token stop,
                                                       ScanProgress* progress) {
     const auto start = std::chrono::steady_clock::now();
     const std::string rootPath = standardizePath(url);
@@ -102,7 +101,7 @@ std::optional<ScanResult> FileManagerScanEngine::scan(const std::string& url,
         f.ino = st.st_ino;
         f.cloud = cloud;
         Tree::ChildChain children(folder);
-        if (reader.list(fd.get(), stop, [&](const char* name) {
+        if (reader.list(fd.get(), stop, [&](const char* name, std::uint64_t) {
                 children.append(alloc.create(name));
             }) != 0) {
             f.hadError = true;
@@ -187,9 +186,10 @@ std::optional<ScanResult> FileManagerScanEngine::scan(const std::string& url,
                 top.cloud.status(CloudStatusDetector::linuxFlags(name, S_ISREG(st.st_mode)));
             bool leaf = !init.isDirectory;
             if (init.isDirectory) {
-                leaf = (skipPaths && stack.size() == 1 &&
-                        skipPaths->count(childPath(rootPath, name))) ||
-                       (rootDevice && foldDeviceID(major(st.st_dev), minor(st.st_dev)) != *rootDevice);
+                leaf =
+                    (skipPaths && stack.size() == 1 &&
+                     skipPaths->count(childPath(rootPath, name))) ||
+                    (rootDevice && foldDeviceID(major(st.st_dev), minor(st.st_dev)) != *rootDevice);
             }
             if (leaf) {
                 // Files, and folders on another device or skipped by name with their
