@@ -1,9 +1,9 @@
 #pragma once
 // The system calls both back-ends read folders with: getdents64 into a pooled 256 KiB
-// buffer for the names, then one fd-relative statx per entry (issuing the statx calls
-// in inode order, as du does for big folders, took 40% less system time on a warm
-// ext4 folder of a million files than directory order). Listing and statting are separate steps so
-// that a huge folder's statx calls can be spread over several threads.
+// buffer for the names, then one fd-relative statx per entry. Listing and statting
+// are separate steps, so that a huge folder's statx calls can be spread over several
+// threads and issued in inode order (on a warm ext4 folder of a million files, inode
+// order took 40% less time than directory order, which is hash order there).
 //
 // Open descriptors: listing uses the caller's; opening a folder by a path longer than
 // PATH_MAX holds one transient descriptor per stretch of the path, two at most.
