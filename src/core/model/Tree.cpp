@@ -260,17 +260,6 @@ void Tree::ChildChain::append(FileNode* child) {
     m_tail = child;
 }
 
-void Tree::ChildChain::splice(ChildChain& rest) {
-    if (rest.empty())
-        return;
-    if (m_tail)
-        m_tail->m_nextSibling = Tree::indexOf(rest.m_head);
-    else
-        m_head = rest.m_head;
-    m_tail = rest.m_tail;
-    rest.m_head = rest.m_tail = nullptr;
-}
-
 FileNode* Tree::attach(FileNode* parent, ChildChain& chain, FileNode* tail) {
     if (chain.empty())
         return tail;

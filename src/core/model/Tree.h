@@ -82,17 +82,14 @@ public:
     /// Sets every stored field of `init` but the name on an existing node.
     static void setAttributes(FileNode* node, const NodeInit& init);
 
-    /// Children gathered for one folder before they are attached to it. Each node
-    /// gets its parent link when appended, so a folder's entries can be chained in
-    /// parts (on different threads) and the parts joined in O(1). Until the chain is
-    /// attached, the folder does not list these nodes.
+    /// Children gathered for one folder before they are attached to it in O(1). Each
+    /// node gets its parent link when appended; until the chain is attached, the folder
+    /// does not list these nodes.
     class ChildChain {
     public:
         explicit ChildChain(const FileNode* parent);
         /// `child` must not be in any child list or chain.
         void append(FileNode* child);
-        /// Moves all of `rest` (gathered for the same folder) to the end of this chain.
-        void splice(ChildChain& rest);
         FileNode* front() const { return m_head; }
         FileNode* back() const { return m_tail; }
         bool empty() const { return m_head == nullptr; }
