@@ -154,9 +154,9 @@ TEST_P(BackendScan, DeepChainsCostTheSamePerLevelAndLocationsStayBounded) {
     FixtureTree fx;
     const std::string deepest = fx.deepChain("chain", kDepth, seg);
     fx.writeFile(deepest + "/bottom.bin", 5000);
-    const long before = residentPeakKiB(true);
+    [[maybe_unused]] const long before = residentPeakKiB(true);
     auto s = scanWith(GetParam(), fx.root());
-    const long after = residentPeakKiB(false);
+    [[maybe_unused]] const long after = residentPeakKiB(false);
     ASSERT_TRUE(s.result);
     EXPECT_EQ(s.items, 1 + 1 + kDepth + 1);
     EXPECT_EQ(test::sumsMismatch(s.root()), "");
