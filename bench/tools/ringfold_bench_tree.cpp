@@ -1,6 +1,8 @@
 // Builds the benchmark's deterministic tree: the same folders, names, sizes and hard
 // links on every run, so figures from different days compare.
 //   ringfold_bench_tree DIR [ENTRIES]   (default 300000 entries)
+//   ringfold_bench_tree --flat DIR N     one folder of N small files
+//   ringfold_bench_tree --chain DIR N    N nested folders, a small file at the bottom
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -43,9 +45,42 @@ void writeFile(const std::string& path, std::uint64_t size) {
     ::close(fd);
 }
 
+// One folder of `n` files of 0-999 bytes: the shape where a folder's own entries,
+// not its subfolders, have to be spread over the threads.
+int flat(const std::string& root, long n) {
+    if (::mkdir(root.c_str(), 0755) != 0 && errno != EEXIST)
+        die(root);
+    for (long i = 0; i < n; ++i) {
+        char name[32];
+        std::snprintf(name, sizeof name, "/f%07ld.dat", i);
+        writeFile(root + name, next() % 1000);
+    }
+    std::printf("%ld files in %s\n", n, root.c_str());
+    return 0;
+}
+
+// `n` nested folders "d" (far beyond PATH_MAX: built by descending with chdir).
+int chain(const std::string& root, long n) {
+    if (::mkdir(root.c_str(), 0755) != 0 && errno != EEXIST)
+        die(root);
+    if (::chdir(root.c_str()) != 0)
+        die(root);
+    for (long i = 0; i < n; ++i)
+        if ((::mkdir("d", 0755) != 0 && errno != EEXIST) || ::chdir("d") != 0)
+            die("level " + std::to_string(i));
+    writeFile("bottom.dat", 5000);
+    std::printf("%ld levels under %s\n", n, root.c_str());
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    std::memset(g_data, 'r', sizeof g_data);
+    if (argc == 4 && std::strcmp(argv[1], "--flat") == 0)
+        return flat(argv[2], std::atol(argv[3]));
+    if (argc == 4 && std::strcmp(argv[1], "--chain") == 0)
+        return chain(argv[2], std::atol(argv[3]));
     if (argc < 2) {
         std::fprintf(stderr, "usage: ringfold_bench_tree DIR [ENTRIES]\n");
         return 2;

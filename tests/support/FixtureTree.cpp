@@ -75,9 +75,12 @@ int createFile(const std::string& root, std::string_view rel, std::int64_t size,
 
 } // namespace
 
-FixtureTree::FixtureTree() {
-    const char* tmp = std::getenv("TMPDIR");
-    std::string templ = std::string(tmp && *tmp ? tmp : "/tmp") + "/ringfold-fixture-XXXXXX";
+FixtureTree::FixtureTree()
+    : FixtureTree(std::getenv("TMPDIR") && *std::getenv("TMPDIR") ? std::getenv("TMPDIR")
+                                                                   : "/tmp") {}
+
+FixtureTree::FixtureTree(const std::string& base) {
+    std::string templ = base + "/ringfold-fixture-XXXXXX";
     if (!::mkdtemp(templ.data()))
         fail("mkdtemp", templ);
     m_root = templ;

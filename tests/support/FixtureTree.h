@@ -19,6 +19,9 @@ class FixtureTree {
 public:
     /// A new empty folder under $TMPDIR (else /tmp), mode 0700.
     FixtureTree();
+    /// A new empty folder under `baseDir` (for a file system with other limits, such as
+    /// a tmpfs), mode 0700.
+    explicit FixtureTree(const std::string& baseDir);
     ~FixtureTree();
     FixtureTree(const FixtureTree&) = delete;
     FixtureTree& operator=(const FixtureTree&) = delete;

@@ -8,9 +8,15 @@
 // and the identity is derived from the arena chunk the node sits in. Derived
 // values (kind label, location) are computed on demand.
 //
-// Threads: a node is written by the one scanner thread that builds it until its
-// folder is finished; after the scan the whole tree belongs to one thread (the
-// GUI's main thread) and is read and patched there without locks.
+// Threads: during a bulk scan one node is written by several scanner threads, one
+// after another, never two at once: the thread that lists a folder creates its
+// entries' nodes, the thread that stats a stretch of those entries fills them in (a
+// huge folder's stretches go to different threads), a folder's sizes and child list
+// are set by whichever thread finishes its subtree last, and a file's shared-storage
+// flag may be set by the thread that meets a second holder of its data, under the
+// storage tracker's lock. Each hand-over passes through an atomic counter or a lock.
+// After the scan the whole tree belongs to one thread (the GUI's main thread) and is
+// read and patched there without locks.
 
 #include "core/model/Types.h"
 

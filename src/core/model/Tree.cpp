@@ -79,7 +79,9 @@ template <typename T> std::uint32_t Tree::ChunkTable<T>::add(T* chunk) {
     return i;
 }
 
-std::shared_ptr<Tree> Tree::create() { return std::shared_ptr<Tree>(new Tree()); }
+std::shared_ptr<Tree> Tree::create() {
+    return std::shared_ptr<Tree>(new Tree());
+}
 
 Tree::~Tree() {
     std::uint32_t n = m_nodeChunks.size();
@@ -128,7 +130,9 @@ std::uint32_t Tree::indexOf(const FileNode* node) {
     return c->chunkNo * kNodesPerChunk + slot;
 }
 
-Tree& Tree::treeOf(const FileNode* node) { return *chunkOf(node)->tree; }
+Tree& Tree::treeOf(const FileNode* node) {
+    return *chunkOf(node)->tree;
+}
 
 NodeID Tree::idOf(const FileNode* node) {
     NodeChunk* c = chunkOf(node);
@@ -186,44 +190,86 @@ void Tree::detach(FileNode* node) {
 
 std::string Tree::url(const FileNode* node) const {
     std::lock_guard lock(m_urlMutex);
-    // Walk up to the nearest ancestor with a known location, then fill the caches
-    // on the way back down (iteratively: trees can be thousands of levels deep).
-    std::vector<const FileNode*> chain;
-    const FileNode* n = node;
-    std::string base;
-    for (;;) {
-        auto it = m_urls.find(indexOf(n));
-        if (it != m_urls.end()) {
-            base = it->second;
-            break;
-        }
+    auto known = [this](const FileNode* n) -> const std::string* {
+        const std::uint32_t i = indexOf(n);
+        if (auto it = m_pinnedUrls.find(i); it != m_pinnedUrls.end())
+            return &it->second;
+        if (auto it = m_urls.find(i); it != m_urls.end())
+            return &it->second;
+        return nullptr;
+    };
+    if (const std::string* own = known(node))
+        return *own;
+    // Walk up to the nearest node with a known location (iteratively: trees can be
+    // tens of thousands of levels deep), then build the path once.
+    std::vector<const FileNode*> chain{node};
+    const std::string* base = nullptr;
+    std::size_t length = 0;
+    for (const FileNode* n = node; !base;) {
+        length += n->name().size() + 1;
         const FileNode* p = n->parent();
-        if (!p) {
-            if (chain.empty())
-                return "/" + std::string(n->name()); // detached: not cached
-            // A detached ancestor: derive from it without caching anything.
-            std::string path = "/" + std::string(n->name());
-            for (auto it2 = chain.rbegin(); it2 != chain.rend(); ++it2) {
-                path += '/';
-                path += (*it2)->name();
-            }
-            return path;
-        }
-        chain.push_back(n);
+        if (!p)
+            break;
+        base = known(p);
+        if (!base)
+            chain.push_back(p);
         n = p;
     }
+    std::string path;
+    path.reserve(length + (base ? base->size() : 0));
+    if (base)
+        path = *base;
     for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
-        if (base.empty() || base.back() != '/')
-            base += '/';
-        base += (*it)->name();
-        m_urls.emplace(indexOf(*it), base);
+        if (path.empty() || path.back() != '/')
+            path += '/';
+        path += (*it)->name();
     }
-    return base;
+    if (!base)
+        return path; // detached (or below a detached ancestor): not cached
+    const std::size_t cost = path.size() + sizeof(std::string) + 32;
+    if (cost > kUrlCacheBytes)
+        return path;
+    if (m_urlBytes + cost > kUrlCacheBytes) {
+        m_urls.clear();
+        m_urlBytes = 0;
+    }
+    m_urls.emplace(indexOf(node), path);
+    m_urlBytes += cost;
+    return path;
 }
 
 void Tree::setUrl(const FileNode* node, std::string path) {
     std::lock_guard lock(m_urlMutex);
-    m_urls[indexOf(node)] = std::move(path);
+    m_pinnedUrls[indexOf(node)] = std::move(path);
+}
+
+std::size_t Tree::urlCacheBytes() const {
+    std::lock_guard lock(m_urlMutex);
+    return m_urlBytes;
+}
+
+Tree::ChildChain::ChildChain(const FileNode* parent) : m_parent(Tree::indexOf(parent)) {}
+
+void Tree::ChildChain::append(FileNode* child) {
+    child->m_parent = m_parent;
+    child->m_nextSibling = FileNode::kNone;
+    if (m_tail)
+        m_tail->m_nextSibling = Tree::indexOf(child);
+    else
+        m_head = child;
+    m_tail = child;
+}
+
+FileNode* Tree::attach(FileNode* parent, ChildChain& chain, FileNode* tail) {
+    if (chain.empty())
+        return tail;
+    if (tail)
+        tail->m_nextSibling = indexOf(chain.m_head);
+    else
+        parent->m_firstChild = indexOf(chain.m_head);
+    FileNode* last = chain.m_tail;
+    chain.m_head = chain.m_tail = nullptr;
+    return last;
 }
 
 NodePtr Tree::share(const FileNode* node) {
@@ -235,7 +281,7 @@ std::size_t Tree::arenaBytes() const {
            std::size_t(m_nameBlocks.size()) * sizeof(NameBlock);
 }
 
-FileNode* NodeAllocator::create(const NodeInit& init) {
+FileNode* NodeAllocator::create(std::string_view name) {
     if (m_nextNode == m_chunkEnd) {
         flushCount();
         std::uint32_t chunkNo = 0;
@@ -244,10 +290,23 @@ FileNode* NodeAllocator::create(const NodeInit& init) {
         m_chunkEnd = m_nextNode + Tree::kNodesPerChunk;
         m_nextIndex = chunkNo * Tree::kNodesPerChunk;
     }
+    // The name first: if its block cannot be had, no half-made node is left behind.
+    const std::uint32_t ref = internName(name);
     FileNode* n = new (m_nextNode) FileNode();
     ++m_nextNode;
     ++m_nextIndex;
-    n->m_name = internName(init.name);
+    n->m_name = ref;
+    ++m_created;
+    return n;
+}
+
+FileNode* NodeAllocator::create(const NodeInit& init) {
+    FileNode* n = create(init.name);
+    Tree::setAttributes(n, init);
+    return n;
+}
+
+void Tree::setAttributes(FileNode* n, const NodeInit& init) {
     n->m_logicalSize = init.logicalSize;
     n->m_allocatedSize = init.allocatedSize;
     std::uint32_t flags = 0;
@@ -262,8 +321,6 @@ FileNode* NodeAllocator::create(const NodeInit& init) {
         flags |= FileNode::kShares;
     n->m_flags = flags;
     n->setModificationDate(init.modificationDate);
-    ++m_created;
-    return n;
 }
 
 std::uint32_t NodeAllocator::internName(std::string_view name) {

@@ -69,9 +69,40 @@ public:
     /// subtree is left as it is.
     void detach(FileNode* node);
 
+    /// The node's location: a pinned one, else derived from the parent chain. Derived
+    /// locations are cached per node, but only within kUrlCacheBytes: a cache that kept
+    /// every ancestor's path would grow with the square of the depth.
     std::string url(const FileNode* node) const;
     /// Pins a node's location (the scanners do this for the root).
     void setUrl(const FileNode* node, std::string path);
+    /// Bytes held by derived locations (pinned ones not included).
+    std::size_t urlCacheBytes() const;
+    static constexpr std::size_t kUrlCacheBytes = std::size_t(1) << 20;
+
+    /// Sets every stored field of `init` but the name on an existing node.
+    static void setAttributes(FileNode* node, const NodeInit& init);
+
+    /// Children gathered for one folder before they are attached to it in O(1). Each
+    /// node gets its parent link when appended; until the chain is attached, the folder
+    /// does not list these nodes.
+    class ChildChain {
+    public:
+        explicit ChildChain(const FileNode* parent);
+        /// `child` must not be in any child list or chain.
+        void append(FileNode* child);
+        FileNode* front() const { return m_head; }
+        FileNode* back() const { return m_tail; }
+        bool empty() const { return m_head == nullptr; }
+
+    private:
+        friend class Tree;
+        std::uint32_t m_parent;
+        FileNode* m_head = nullptr;
+        FileNode* m_tail = nullptr;
+    };
+    /// Appends the chain after `tail` (the folder's current last child, or null when it
+    /// has none) and empties it. Returns the folder's new last child.
+    FileNode* attach(FileNode* parent, ChildChain& chain, FileNode* tail);
 
     NodePtr share(const FileNode* node);
 
@@ -106,7 +137,6 @@ public:
     struct NodeChunk; // header at the start of each mapping (internal)
 
 private:
-
     NodeChunk* newNodeChunk(std::uint32_t& chunkNo);
     NameBlock* newNameBlock(std::uint32_t& blockNo);
 
@@ -115,7 +145,9 @@ private:
     std::atomic<std::size_t> m_nodeCount{0};
 
     mutable std::mutex m_urlMutex;
+    std::unordered_map<std::uint32_t, std::string> m_pinnedUrls;
     mutable std::unordered_map<std::uint32_t, std::string> m_urls;
+    mutable std::size_t m_urlBytes = 0;
 };
 
 /// Allocates nodes and names for one thread. Cheap to create; holds the current chunk
@@ -127,6 +159,8 @@ public:
     NodeAllocator(const NodeAllocator&) = delete;
     NodeAllocator& operator=(const NodeAllocator&) = delete;
     FileNode* create(const NodeInit& init);
+    /// A node with only its name; the scanners fill in the rest once they know it.
+    FileNode* create(std::string_view name);
     Tree& tree() const { return *m_tree; }
 
 private:

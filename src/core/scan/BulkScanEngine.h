@@ -2,12 +2,18 @@
 // The default back-end: reads every folder with getdents64 + fd-relative statx and
 // scans folders concurrently on a pool of threads.
 //
-// Threads: `maxConcurrentDirScans` worker threads share one stack of folder paths
-// (never descriptors: at most one folder is open per worker), so the whole scan never
-// reads more than that many folders at once and never holds more than two
-// descriptors per worker. Each folder's files are built by the worker that reads it;
-// a finished subfolder is linked into its parent only when its whole subtree is done,
-// by whichever worker finishes last, so no node is written by two threads.
+// Threads: `maxConcurrentDirScans` worker threads share one stack of work: folders to
+// read, and stretches of a huge folder's entries to stat, so a folder of a million
+// files keeps every thread busy. Queued folders are kept as a link to their parent
+// job and a node, never as a path or a descriptor: a worker builds the path when it
+// takes one. The worker that finishes a folder goes straight on with its first
+// subfolder, opened relative to the folder's descriptor, so a deep chain costs the
+// same per level however deep it is. A worker holds at most two descriptors, plus one
+// per huge folder whose stretches are still being statted.
+//
+// A finished subfolder is linked into its parent only when its whole subtree is done,
+// by whichever worker finishes last. An exception on any worker (std::bad_alloc, say)
+// stops all of them and is rethrown from scan() on the calling thread.
 //
 // Order of children: files (and folders that were not entered) in directory order,
 // then subfolders in the order their scans finished.
@@ -16,6 +22,7 @@
 #include "core/scan/ScanSupport.h"
 
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -34,6 +41,9 @@ public:
         std::vector<std::string> extraCloudRoots;
         /// Where the closing diagnostic line goes; null for nowhere.
         std::FILE* diagnostics = stdout;
+        /// Called on a worker before each folder is read. Whatever it throws fails the
+        /// scan like any other exception on a worker (tests inject failures with it).
+        std::function<void(const FileNode& folder)> beforeFolderRead;
     };
 
     /// Figures of the last scan for tests and tuning.

@@ -3,6 +3,7 @@
 #include "core/scan/CloudStatusDetector.h"
 #include "core/scan/ScanSupport.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <fcntl.h>
@@ -11,6 +12,7 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 #include <vector>
 
 namespace ringfold {
@@ -63,26 +65,37 @@ BufferPool& pool() {
 }
 
 constexpr unsigned kStatxFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
-constexpr unsigned kStatxMask = STATX_TYPE | STATX_MODE | STATX_NLINK | STATX_INO | STATX_SIZE |
-                                STATX_BLOCKS | STATX_MTIME;
+constexpr unsigned kStatxMask =
+    STATX_TYPE | STATX_MODE | STATX_NLINK | STATX_INO | STATX_SIZE | STATX_BLOCKS | STATX_MTIME;
 
 ObjectType typeOf(unsigned mode) {
     switch (mode & S_IFMT) {
-    case S_IFREG: return ObjectType::regular;
-    case S_IFDIR: return ObjectType::directory;
-    case S_IFBLK: return ObjectType::blockDevice;
-    case S_IFCHR: return ObjectType::charDevice;
-    case S_IFLNK: return ObjectType::symlink;
-    case S_IFSOCK: return ObjectType::socket;
-    case S_IFIFO: return ObjectType::fifo;
-    default: return ObjectType::none;
+    case S_IFREG:
+        return ObjectType::regular;
+    case S_IFDIR:
+        return ObjectType::directory;
+    case S_IFBLK:
+        return ObjectType::blockDevice;
+    case S_IFCHR:
+        return ObjectType::charDevice;
+    case S_IFLNK:
+        return ObjectType::symlink;
+    case S_IFSOCK:
+        return ObjectType::socket;
+    case S_IFIFO:
+        return ObjectType::fifo;
+    default:
+        return ObjectType::none;
     }
 }
 
 void fromStatx(const struct statx& sx, std::string_view name, BulkEntry& out) {
     out.name = name;
     out.objType = (sx.stx_mask & STATX_TYPE) ? typeOf(sx.stx_mode) : ObjectType::none;
-    out.logicalSize = (sx.stx_mask & STATX_SIZE) ? static_cast<std::int64_t>(sx.stx_size) : 0;
+    out.logicalSize =
+        (sx.stx_mask & STATX_SIZE)
+            ? static_cast<std::int64_t>(std::min<std::uint64_t>(sx.stx_size, INT64_MAX))
+            : 0;
     if (sx.stx_mask & STATX_BLOCKS) {
         out.allocatedSize = static_cast<std::int64_t>(sx.stx_blocks) * 512;
         out.allocatedSizeEstimated = false;
@@ -145,6 +158,16 @@ int openDirectory(const std::string& path) {
     return fd;
 }
 
+int openSubdirectory(int dirfd, const char* name) {
+    return ::openat(dirfd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY);
+}
+
+void Fd::reset(int fd) {
+    if (m_fd >= 0)
+        ::close(m_fd);
+    m_fd = fd;
+}
+
 std::optional<BulkEntry> statPath(const std::string& path) {
     struct statx sx {};
     if (::statx(AT_FDCWD, path.c_str(), kStatxFlags, kStatxMask, &sx) != 0)
@@ -158,35 +181,28 @@ std::optional<BulkEntry> statPath(const std::string& path) {
     return e;
 }
 
-DirectoryReader::DirectoryReader() : m_buffer(pool().take()) {}
-DirectoryReader::~DirectoryReader() { pool().give(m_buffer); }
-
-bool DirectoryReader::fill(int fd, int* err) {
-    long n = ::syscall(SYS_getdents64, fd, m_buffer, kBufferBytes);
-    m_pos = 0;
-    if (n < 0) {
-        if (err)
-            *err = errno;
-        m_used = 0;
-        return false;
-    }
-    m_used = n;
-    return true;
-}
-
-bool DirectoryReader::decode(int dirfd, const char* name, BulkEntry& out) {
+int statEntry(int dirfd, const char* name, BulkEntry& out) {
     struct statx sx;
     if (::statx(dirfd, name, kStatxFlags, kStatxMask, &sx) != 0)
-        return false; // deleted since listed, or unreadable: left out like an error record
+        return errno;
     fromStatx(sx, name, out);
-    return true;
+    return 0;
 }
 
-std::int64_t DirectoryReader::blockSize(int dirfd) {
+std::int64_t blockSizeOf(int dirfd) {
     struct statvfs vfs {};
     if (::fstatvfs(dirfd, &vfs) != 0 || vfs.f_bsize == 0)
         return 0;
     return static_cast<std::int64_t>(vfs.f_bsize);
+}
+
+DirectoryReader::DirectoryReader() : m_buffer(pool().take()) {}
+DirectoryReader::~DirectoryReader() {
+    pool().give(m_buffer);
+}
+
+long DirectoryReader::fill(int fd) {
+    return ::syscall(SYS_getdents64, fd, m_buffer, kBufferBytes);
 }
 
 } // namespace ringfold

@@ -1,14 +1,20 @@
 #pragma once
-// The portable back-end, used for network volumes: one thread walks the tree with
-// opendir/readdir and one lstat per item on full paths. It stores every node's
-// location, counts hard links in full each time they are met, and keeps the
-// directory entry's own sizes for folders it does not enter. The walk keeps its own
-// stack (no recursion) and holds no folder open while it descends.
+// The portable back-end, used for network volumes: one thread walks the tree depth
+// first, listing each folder with getdents64 and reading each item with fstatat
+// relative to its folder. It counts hard links in full each time they are met and
+// keeps the directory entry's own sizes for folders it does not enter.
+//
+// Memory: a node and its name per item, nothing else per item; locations are
+// derived from the tree when asked for. The walk keeps its own stack (no recursion);
+// only the deepest frames keep their folder open, and a shallower folder is reopened
+// through ".." of the folder below it (checked against its device and inode), so a
+// deep chain costs the same per level however deep it is.
 
 #include "core/scan/ScanBackend.h"
 #include "core/scan/ScanSupport.h"
 
 #include <cstdio>
+#include <functional>
 #include <string>
 
 namespace ringfold {
@@ -20,6 +26,8 @@ public:
         SystemRootTest isSystemRoot = isFileSystemRoot;
         std::string homePath;
         std::FILE* diagnostics = stdout;
+        /// Called before each folder is read; whatever it throws leaves scan().
+        std::function<void(const FileNode& folder)> beforeFolderRead;
     };
 
     explicit FileManagerScanEngine(Config config);

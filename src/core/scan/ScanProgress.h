@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <climits>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -26,7 +27,12 @@ public:
     // Scanner side.
     void addFolder(std::int64_t items, std::int64_t allocated) {
         m_items.fetch_add(items, std::memory_order_relaxed);
-        m_allocated.fetch_add(allocated, std::memory_order_relaxed);
+        // Held at INT64_MAX like the tree's own sums.
+        std::int64_t now = m_allocated.load(std::memory_order_relaxed), sum;
+        do {
+            if (__builtin_add_overflow(now, allocated, &sum))
+                sum = INT64_MAX;
+        } while (!m_allocated.compare_exchange_weak(now, sum, std::memory_order_relaxed));
         m_folders.fetch_add(1, std::memory_order_relaxed);
     }
     void setCurrentFolder(std::string_view path);

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <set>
 #include <string>
@@ -35,5 +36,15 @@ SpaceAccounting makeSpaceAccounting(const std::string& path, const FileNode& roo
 std::string rootDisplayName(const std::string& standardizedPath);
 /// "/" + name under the root, else path + "/" + name.
 std::string childPath(std::string_view parent, std::string_view name);
+
+/// a + b for byte counts, held at INT64_MAX instead of wrapping: the logical sizes of
+/// large sparse files can add up to more than 2^63 bytes.
+inline std::int64_t addBytes(std::int64_t a, std::int64_t b) {
+    std::int64_t sum;
+    if (__builtin_add_overflow(a, b, &sum))
+        return b > 0 ? std::numeric_limits<std::int64_t>::max()
+                     : std::numeric_limits<std::int64_t>::min();
+    return sum;
+}
 
 } // namespace ringfold

@@ -80,8 +80,7 @@ TEST(NodeUrl, RootPathPlusNamesCachedOnceReadAndDetachedNodesStandAlone) {
     EXPECT_EQ(hosts->url(), "/etc/hosts"); // no double slash
 }
 
-// Every ancestor caches its own path, so memory grows with depth squared: 5,000 levels
-// is deep enough to overflow a recursive walk under the sanitizers.
+// 5,000 levels is deep enough to overflow a recursive walk under the sanitizers.
 TEST(NodeUrl, VeryDeepChainDoesNotRecurse) {
     MemoryTree t;
     FileNode* node = t.root();

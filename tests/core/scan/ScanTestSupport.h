@@ -1,7 +1,6 @@
 #pragma once
-// Shared helpers of the scanner tests: engine set-ups without diagnostics, lookups by
-// name, whole-tree walks (iterative: some trees are thousands of levels deep) and the
-// size invariant every finished tree must satisfy.
+// Shared helpers of the scanner tests: either back-end run one way, lookups by name,
+// iterative whole-tree walks, the size invariant, scans without root's powers.
 
 #include "core/model/Tree.h"
 #include "core/scan/BulkScanEngine.h"
@@ -9,47 +8,98 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <grp.h>
 #include <string>
 #include <string_view>
+#include <sys/wait.h>
+#include <type_traits>
+#include <unistd.h>
 #include <vector>
 
 namespace ringfold::test {
 
-inline BulkScanEngine::Config bulkConfig(int threads = 4, std::FILE* diagnostics = nullptr) {
-    BulkScanEngine::Config c;
-    c.maxConcurrentDirScans = threads;
-    c.diagnostics = diagnostics;
-    c.homePath = "/nonexistent-home-for-tests";
+enum class Backend { bulk, enumeration };
+inline std::string backendName(const ::testing::TestParamInfo<Backend>& info) {
+    return info.param == Backend::bulk ? "bulk" : "enumeration";
+}
+
+/// What a scan by either back-end produced, with its closing line.
+struct Scanned {
+    std::optional<ScanResult> result;
+    std::int64_t items = 0;
+    std::string diagnostics;
+    const FileNode* root() const { return result->root.get(); }
+};
+
+/// Settings of either back-end for one scan.
+struct ScanSetup {
+    int threads = 3;
+    std::string homePath = "/nonexistent-home-for-tests";
+    SystemRootTest isSystemRoot = isFileSystemRoot;
+    DeviceIDProvider deviceID = defaultDeviceID;
+    std::function<void(const FileNode&)> beforeFolderRead;
+    ScanProgress* progress = nullptr;
+    std::stop_token stop;
+};
+
+template <typename Config> Config configFor(const ScanSetup& s, std::FILE* diag) {
+    Config c;
+    c.diagnostics = diag;
+    c.homePath = s.homePath;
+    c.isSystemRoot = s.isSystemRoot;
+    c.deviceIDProvider = s.deviceID;
+    c.beforeFolderRead = s.beforeFolderRead;
+    if constexpr (std::is_same_v<Config, BulkScanEngine::Config>)
+        c.maxConcurrentDirScans = s.threads;
     return c;
 }
 
-inline FileManagerScanEngine::Config enumerationConfig(std::FILE* diagnostics = nullptr) {
-    FileManagerScanEngine::Config c;
-    c.diagnostics = diagnostics;
-    c.homePath = "/nonexistent-home-for-tests";
-    return c;
+inline std::unique_ptr<ScanBackend> makeBackend(Backend b, const ScanSetup& s, std::FILE* diag) {
+    if (b == Backend::bulk)
+        return std::make_unique<BulkScanEngine>(configFor<BulkScanEngine::Config>(s, diag));
+    return std::make_unique<FileManagerScanEngine>(
+        configFor<FileManagerScanEngine::Config>(s, diag));
 }
 
-inline FileNode* child(const FileNode* folder, std::string_view name) {
-    if (!folder)
-        return nullptr;
-    for (FileNode* c : folder->children())
-        if (c->name() == name)
-            return c;
-    return nullptr;
+/// Everything written to a tmpfile() so far.
+inline std::string readAll(std::FILE* f) {
+    std::fflush(f);
+    std::rewind(f);
+    std::string text;
+    char buf[4096];
+    while (std::size_t n = std::fread(buf, 1, sizeof buf, f))
+        text.append(buf, n);
+    return text;
+}
+
+inline Scanned scanWith(Backend b, const std::string& path, const ScanSetup& setup = {}) {
+    std::FILE* diag = std::tmpfile();
+    auto engine = makeBackend(b, setup, diag);
+    Scanned s;
+    s.result = engine->scan(path, setup.stop, setup.progress);
+    auto* bulk = dynamic_cast<BulkScanEngine*>(engine.get());
+    s.items = bulk ? bulk->lastStats().itemCount
+                   : dynamic_cast<FileManagerScanEngine&>(*engine).lastItemCount();
+    s.diagnostics = readAll(diag);
+    std::fclose(diag);
+    return s;
 }
 
 /// Follows a "/"-separated chain of names from `root`; null when a step is missing.
 inline FileNode* at(const FileNode* root, std::string_view rel) {
-    const FileNode* n = root;
-    while (n && !rel.empty()) {
-        auto slash = rel.find('/');
-        n = child(n, rel.substr(0, slash));
-        rel = slash == std::string_view::npos ? std::string_view() : rel.substr(slash + 1);
+    auto* n = const_cast<FileNode*>(root);
+    for (std::string_view rest = rel; n && !rest.empty();) {
+        const auto name = rest.substr(0, rest.find('/'));
+        rest.remove_prefix(std::min(rest.size(), name.size() + 1));
+        FileNode* c = n->firstChild();
+        while (c && c->name() != name)
+            c = c->nextSibling();
+        n = c;
     }
-    return const_cast<FileNode*>(n);
+    return n;
 }
 
 inline void forEachNode(const FileNode* root, const std::function<void(const FileNode*)>& f) {
@@ -69,8 +119,8 @@ inline std::int64_t nodeCount(const FileNode* root) {
     return n;
 }
 
-/// Every folder's sizes are the sums of its children's; returns the first folder where
-/// that fails, as a message, or an empty string.
+/// Every folder's sizes are the (saturating) sums of its children's; returns the first
+/// folder where that fails, as a message, or an empty string.
 inline std::string sumsMismatch(const FileNode* root) {
     std::string problem;
     forEachNode(root, [&](const FileNode* n) {
@@ -78,50 +128,44 @@ inline std::string sumsMismatch(const FileNode* root) {
             return;
         std::int64_t logical = 0, allocated = 0;
         for (FileNode* c : n->children()) {
-            logical += c->logicalSize();
-            allocated += c->allocatedSize();
+            logical = addBytes(logical, c->logicalSize());
+            allocated = addBytes(allocated, c->allocatedSize());
         }
         if (logical != n->logicalSize() || allocated != n->allocatedSize())
-            problem = std::string(n->name()) + ": children sum to " + std::to_string(allocated) +
-                      "/" + std::to_string(logical) + ", folder says " +
-                      std::to_string(n->allocatedSize()) + "/" + std::to_string(n->logicalSize());
+            problem = n->url() + ": its sizes are not its children's sums";
     });
     return problem;
 }
 
-/// Matches `text` against `pattern` exactly, where '#' stands for one or more digits
-/// (collected into `numbers`) and every other character for itself. (std::regex trips
-/// GCC 12's uninitialised-use warning in sanitizer builds, so it is not used here.)
-inline bool matchesPattern(std::string_view text, std::string_view pattern,
-                           std::vector<std::int64_t>* numbers = nullptr) {
-    std::size_t t = 0;
-    for (char p : pattern) {
-        if (p != '#') {
-            if (t >= text.size() || text[t] != p)
-                return false;
-            ++t;
-            continue;
-        }
-        std::size_t start = t;
-        while (t < text.size() && text[t] >= '0' && text[t] <= '9')
-            ++t;
-        if (t == start)
-            return false;
-        if (numbers)
-            numbers->push_back(std::stoll(std::string(text.substr(start, t - start))));
+/// Runs `body` without the power to read what permissions forbid and returns what it
+/// returned (by convention: failed checks as text). As root (CI), it runs in a forked
+/// child that has become "nobody"; `dropped` says whether that worked.
+inline std::string runUnprivileged(const std::function<std::string()>& body, bool& dropped) {
+    dropped = ::geteuid() != 0;
+    if (dropped)
+        return body();
+    int fds[2];
+    if (::pipe(fds) != 0)
+        return "pipe failed";
+    std::fflush(nullptr);
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        const bool ok =
+            ::setgroups(0, nullptr) == 0 && ::setgid(65534) == 0 && ::setuid(65534) == 0;
+        const std::string out = ok ? "ran\n" + body() : "could not drop privileges\n";
+        ::_exit(::write(fds[1], out.data(), out.size()) < 0 ? 3 : 0);
     }
-    return t == text.size();
-}
-
-/// Everything written to a tmpfile() so far.
-inline std::string readAll(std::FILE* f) {
-    std::fflush(f);
-    std::rewind(f);
-    std::string text;
+    ::close(fds[1]);
+    std::string got;
     char buf[4096];
-    while (std::size_t n = std::fread(buf, 1, sizeof buf, f))
-        text.append(buf, n);
-    return text;
+    for (ssize_t n; pid > 0 && (n = ::read(fds[0], buf, sizeof buf)) > 0;)
+        got.append(buf, static_cast<std::size_t>(n));
+    ::close(fds[0]);
+    int status = 0;
+    if (pid < 0 || ::waitpid(pid, &status, 0) != pid || status != 0)
+        return "the unprivileged child failed: " + got;
+    dropped = got.starts_with("ran\n");
+    return dropped ? got.substr(4) : got;
 }
 
 } // namespace ringfold::test
