@@ -107,6 +107,8 @@ ScanSource* SidebarViewModel::mutableSource(const Uuid& id) {
     for (ScanSource& f : m_favorites)
         if (f.id == id)
             return &f;
+    if (m_transient && m_transient->id == id)
+        return &*m_transient;
     return nullptr;
 }
 
@@ -115,6 +117,8 @@ void SidebarViewModel::notifySourceChanged(const ScanSource* source) {
         emit thisComputerChanged();
     else if (source >= m_volumes.data() && source < m_volumes.data() + m_volumes.size())
         emit volumesChanged();
+    else if (m_transient && source == &*m_transient)
+        emit transientSourceChanged();
     else
         emit favoritesChanged();
 }
@@ -183,6 +187,21 @@ void SidebarViewModel::removeFavorite(const Uuid& id) {
     setFavorites(std::move(next));
     if (wasSelected)
         setSelectedSourceID(std::nullopt);
+}
+
+Uuid SidebarViewModel::openTransientFolder(const std::string& path) {
+    const std::string clean = cleanPath(path);
+    if (cleanPath(m_thisComputer.url) == clean)
+        return m_thisComputer.id;
+    for (const std::vector<ScanSource>* list : {&m_volumes, &m_favorites})
+        for (const ScanSource& s : *list)
+            if (cleanPath(s.url) == clean)
+                return s.id;
+    if (m_transient && cleanPath(m_transient->url) == clean)
+        return m_transient->id;
+    m_transient = makeFavoriteSource(Uuid::generate(), clean, lastComponent(clean));
+    emit transientSourceChanged();
+    return m_transient->id;
 }
 
 void SidebarViewModel::resetFavoritesAndScanRecords() {
