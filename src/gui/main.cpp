@@ -7,6 +7,7 @@
 #include "app/window/MainWindowModel.h"
 #include "ui/Appearance.h"
 #include "ui/MainWindow.h"
+#include "ui/Symbols.h"
 
 #include <QApplication>
 
@@ -39,6 +40,8 @@ int main(int argc, char** argv) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     QApplication::setDesktopFileName(QStringLiteral("ringfold"));
+    initUiResources();
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/ringfold.svg")));
 
     AppState state;
     Appearance appearance(state.settings());

@@ -6,6 +6,7 @@
 #include "ui/Symbols.h"
 #include "ui/VolumeCard.h"
 
+#include <QEvent>
 #include <QFile>
 #include <QLabel>
 #include <QPushButton>
@@ -69,7 +70,7 @@ DriveGalleryView::DriveGalleryView(SidebarViewModel& model, std::function<void()
     m_junkButton = new QPushButton(symbolIcon("sparkles"), tr("Scan Startup Disk for Junk"), content);
     m_junkButton->setIconSize(QSize(18, 18));
     m_junkButton->setMinimumHeight(36);
-    m_junkButton->setDefault(true);
+    paintJunkButtonInAccent();
     m_junkButton->setToolTip(
         QStringLiteral("Scan ") +
         QFile::decodeName(QByteArray::fromStdString(m_model.thisComputer().displayName)) +
@@ -118,6 +119,22 @@ void DriveGalleryView::rebuild() {
         m_chips->addWidget(chip);
     }
     m_noFavorites->setVisible(m_model.favorites().empty());
+}
+
+// The gallery's one call to action stands out in the accent colour; redone on every
+// palette change so a switch between light and dark carries it along.
+void DriveGalleryView::paintJunkButtonInAccent() {
+    QPalette pal = palette();
+    pal.setColor(QPalette::Button, pal.color(QPalette::Highlight));
+    pal.setColor(QPalette::ButtonText, pal.color(QPalette::HighlightedText));
+    m_junkButton->setPalette(pal);
+    m_junkButton->setIcon(symbolIcon("sparkles", pal.color(QPalette::HighlightedText)));
+}
+
+void DriveGalleryView::changeEvent(QEvent* event) {
+    QScrollArea::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && m_junkButton)
+        paintJunkButtonInAccent();
 }
 
 QList<VolumeCard*> DriveGalleryView::cards() const {

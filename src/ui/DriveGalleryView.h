@@ -31,8 +31,12 @@ public:
     QList<FavoriteChip*> chips() const;
     QPushButton* junkButton() const { return m_junkButton; }
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
     void rebuild();
+    void paintJunkButtonInAccent();
 
     SidebarViewModel& m_model;
     std::function<void()> m_onScanStartupJunk;

@@ -67,7 +67,8 @@ const SymbolName* find(const char* symbol) {
 // palette switch recolours every icon on its next paint.
 class SymbolIconEngine : public QIconEngine {
 public:
-    explicit SymbolIconEngine(QByteArray svg) : m_svg(std::move(svg)) {}
+    explicit SymbolIconEngine(QByteArray svg, QColor fixed = {})
+        : m_svg(std::move(svg)), m_fixed(fixed) {}
 
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State) override {
         QSvgRenderer renderer(coloured(mode));
@@ -99,7 +100,7 @@ public:
         return pm;
     }
 
-    QIconEngine* clone() const override { return new SymbolIconEngine(m_svg); }
+    QIconEngine* clone() const override { return new SymbolIconEngine(m_svg, m_fixed); }
     QString key() const override { return QStringLiteral("ringfold-symbol"); }
 
 private:
@@ -110,12 +111,15 @@ private:
             colour = pal.color(QPalette::Disabled, QPalette::WindowText);
         else if (mode == QIcon::Selected)
             colour = pal.color(QPalette::HighlightedText);
+        if (m_fixed.isValid() && mode != QIcon::Disabled)
+            colour = m_fixed;
         QByteArray svg = m_svg;
         svg.replace("currentColor", colour.name(QColor::HexRgb).toLatin1());
         return svg;
     }
 
     QByteArray m_svg;
+    QColor m_fixed;
     QCache<QString, QPixmap> m_cache{64};
 };
 
@@ -132,6 +136,14 @@ void initUiResources() {
 const char* freedesktopIconName(const char* designSymbolName) {
     const SymbolName* s = find(designSymbolName);
     return s ? s->freedesktop : nullptr;
+}
+
+QIcon symbolIcon(const char* designSymbolName, const QColor& colour) {
+    initUiResources();
+    QFile file(QStringLiteral(":/icons/%1.svg").arg(QString::fromLatin1(designSymbolName)));
+    if (file.open(QIODevice::ReadOnly))
+        return QIcon(new SymbolIconEngine(file.readAll(), colour));
+    return symbolIcon(designSymbolName);
 }
 
 QIcon symbolIcon(const char* designSymbolName) {

@@ -14,6 +14,9 @@ namespace ringfold {
 
 /// The icon of a symbol; a null icon for a name neither the theme nor the bundle has.
 QIcon symbolIcon(const char* designSymbolName);
+/// A bundled symbol always drawn in `colour` (for icons on accent-coloured buttons);
+/// the theme's icon when the symbol is not bundled.
+QIcon symbolIcon(const char* designSymbolName, const QColor& colour);
 /// The freedesktop icon name the symbol maps to, or null when it has none.
 const char* freedesktopIconName(const char* designSymbolName);
 /// Makes the program's compiled-in resources (icons, quotes) reachable: needed once

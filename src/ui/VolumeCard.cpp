@@ -33,7 +33,7 @@ VolumeCard::VolumeCard(const ScanSource& source, QWidget* parent)
 }
 
 QSize VolumeCard::sizeHint() const {
-    return {236, 132};
+    return {236, 118};
 }
 
 void VolumeCard::enterEvent(QEnterEvent* event) {
