@@ -22,7 +22,8 @@ CommandLine::Outcome CommandLine::parse(int argc, const char* const* argv, Comma
     const QCommandLineOption version = parser.addVersionOption();
     const QCommandLineOption screenshot(
         QStringLiteral("screenshot"),
-        QStringLiteral("Scan PATH, save a PNG of the window once its map is painted, and exit\n(without PATH: the drive gallery)."),
+        QStringLiteral("Scan PATH, save a PNG of the window once its map is painted, and "
+                       "exit\n(without PATH: the drive gallery)."),
         QStringLiteral("FILE"));
     const QCommandLineOption view(QStringLiteral("view"),
                                   QStringLiteral("Map mode: sunburst (default) or treemap."),

@@ -27,7 +27,8 @@ QToolButton* plainButton(const char* symbol, const QString& tip, QWidget* parent
 constexpr int kMaxCrumbChars = 32;
 
 QString crumbText(const FileNode* node) {
-    QString text = QFile::decodeName(QByteArray(node->name().data(), qsizetype(node->name().size())));
+    QString text =
+        QFile::decodeName(QByteArray(node->name().data(), qsizetype(node->name().size())));
     if (text.isEmpty())
         text = QFile::decodeName(QByteArray::fromStdString(node->url()));
     if (text.size() > kMaxCrumbChars)
@@ -38,8 +39,7 @@ QString crumbText(const FileNode* node) {
 
 } // namespace
 
-BreadcrumbView::BreadcrumbView(ChartViewModel& model, std::function<void()> onHome,
-                               QWidget* parent)
+BreadcrumbView::BreadcrumbView(ChartViewModel& model, std::function<void()> onHome, QWidget* parent)
     : QWidget(parent), m_model(model), m_onHome(std::move(onHome)) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(8, 4, 8, 4);

@@ -21,8 +21,7 @@ class BreadcrumbView : public QWidget {
     Q_OBJECT
 
 public:
-    BreadcrumbView(ChartViewModel& model, std::function<void()> onHome,
-                   QWidget* parent = nullptr);
+    BreadcrumbView(ChartViewModel& model, std::function<void()> onHome, QWidget* parent = nullptr);
 
     QToolButton* homeButton() const { return m_home; }
     QToolButton* backButton() const { return m_back; }

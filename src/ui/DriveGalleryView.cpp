@@ -49,8 +49,8 @@ DriveGalleryView::DriveGalleryView(SidebarViewModel& model, std::function<void()
     column->setSpacing(0);
     column->addWidget(heading(tr("Choose a drive to map"), 1.9, QFont::Bold, content));
     column->addSpacing(6);
-    auto* subtitle = new QLabel(tr("Click a drive to scan it and see what's taking up space."),
-                                content);
+    auto* subtitle =
+        new QLabel(tr("Click a drive to scan it and see what's taking up space."), content);
     subtitle->setForegroundRole(QPalette::PlaceholderText);
     column->addWidget(subtitle);
     column->addSpacing(24);
@@ -67,7 +67,8 @@ DriveGalleryView::DriveGalleryView(SidebarViewModel& model, std::function<void()
     column->addWidget(m_noFavorites);
     column->addSpacing(32);
 
-    m_junkButton = new QPushButton(symbolIcon("sparkles"), tr("Scan Startup Disk for Junk"), content);
+    m_junkButton =
+        new QPushButton(symbolIcon("sparkles"), tr("Scan Startup Disk for Junk"), content);
     m_junkButton->setIconSize(QSize(18, 18));
     m_junkButton->setMinimumHeight(36);
     paintJunkButtonInAccent();

@@ -53,8 +53,9 @@ void FavoriteChip::paintEvent(QPaintEvent*) {
     if (isDown())
         fill = pal.color(QPalette::Highlight).lighter(150);
     p.fillPath(path, fill);
-    p.setPen(QPen(m_hovered || hasFocus() ? pal.color(QPalette::Highlight) : pal.color(QPalette::Mid),
-                  m_hovered || hasFocus() ? 1.4 : 1.0));
+    p.setPen(
+        QPen(m_hovered || hasFocus() ? pal.color(QPalette::Highlight) : pal.color(QPalette::Mid),
+             m_hovered || hasFocus() ? 1.4 : 1.0));
     p.drawPath(path);
 
     const int left = 14;

@@ -68,18 +68,17 @@ MainWindow::MainWindow(MainWindowModel& model, QWidget* parent)
 
     AppState& app = m_model.app();
     connect(&m_model, &MainWindowModel::detailChanged, this, &MainWindow::updateDetail);
-    for (auto signal : {&ChartViewModel::rootNodeChanged, &ChartViewModel::focusedNodeChanged,
-                        &ChartViewModel::historyChanged, &ChartViewModel::historyIndexChanged,
-                        &ChartViewModel::isVolumeRootedSourceChanged,
-                        &ChartViewModel::showFreeSpaceChanged,
-                        &ChartViewModel::visualizationModeChanged})
+    for (auto signal :
+         {&ChartViewModel::rootNodeChanged, &ChartViewModel::focusedNodeChanged,
+          &ChartViewModel::historyChanged, &ChartViewModel::historyIndexChanged,
+          &ChartViewModel::isVolumeRootedSourceChanged, &ChartViewModel::showFreeSpaceChanged,
+          &ChartViewModel::visualizationModeChanged})
         connect(&app.chart(), signal, this, &MainWindow::updateCommands);
     connect(&m_model, &MainWindowModel::selectedNodeChanged, this, &MainWindow::updateCommands);
     connect(&app.settings(), &SettingsStore::smallerObjectsThresholdPercentChanged, this,
             &MainWindow::updateThreshold);
-    connect(m_chart, &ChartView::fileSelected, this, [this](FileNode* node) {
-        m_model.setSelectedNode(node ? node->shared() : NodePtr());
-    });
+    connect(m_chart, &ChartView::fileSelected, this,
+            [this](FileNode* node) { m_model.setSelectedNode(node ? node->shared() : NodePtr()); });
 
     // The mouse's back and forward buttons act anywhere in the window, also over
     // widgets that take every other click.
@@ -119,8 +118,10 @@ void MainWindow::buildActions() {
     m_treemap = make("treemap", tr("Treemap"), "square.grid.2x2");
     m_sunburst->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_1));
     m_treemap->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_2));
-    m_sunburst->setToolTip(tr("Sunburst view (%1)").arg(m_sunburst->shortcut().toString(QKeySequence::NativeText)));
-    m_treemap->setToolTip(tr("Treemap view (%1)").arg(m_treemap->shortcut().toString(QKeySequence::NativeText)));
+    m_sunburst->setToolTip(
+        tr("Sunburst view (%1)").arg(m_sunburst->shortcut().toString(QKeySequence::NativeText)));
+    m_treemap->setToolTip(
+        tr("Treemap view (%1)").arg(m_treemap->shortcut().toString(QKeySequence::NativeText)));
     for (QAction* a : {m_sunburst, m_treemap}) {
         a->setCheckable(true);
         modes->addAction(a);

@@ -35,8 +35,7 @@ QPalette build(const Colours& c) {
     set(QPalette::PlaceholderText, c.placeholder);
     set(QPalette::ToolTipBase, c.tooltipBase);
     set(QPalette::ToolTipText, c.tooltipText);
-    for (QPalette::ColorRole role :
-         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+    for (QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
         p.setColor(QPalette::Disabled, role, c.disabledText);
     }
     p.setColor(QPalette::Disabled, QPalette::Highlight, c.mid);

@@ -32,8 +32,7 @@ std::vector<Quote> parseQuotes(const QString& markdown) {
         const qsizetype at = line.lastIndexOf(separator);
         if (at < 0)
             continue;
-        Quote q{trimQuotesAndSpaces(line.left(at)),
-                line.mid(at + separator.size()).trimmed()};
+        Quote q{trimQuotesAndSpaces(line.left(at)), line.mid(at + separator.size()).trimmed()};
         if (q.text.isEmpty() || q.attribution.isEmpty() ||
             q.attribution == QLatin1String("Author Name"))
             continue;

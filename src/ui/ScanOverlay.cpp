@@ -100,9 +100,10 @@ void ScanOverlay::poll() {
     m_items = items;
     m_bytes = bytes;
     const QLocale locale = numberLocale();
-    m_progress->setText(items == 1 ? tr("1 item · %1 found").arg(byteText(bytes))
-                                   : tr("%1 items · %2 found")
-                                         .arg(locale.toString(qlonglong(items)), byteText(bytes)));
+    m_progress->setText(
+        items == 1
+            ? tr("1 item · %1 found").arg(byteText(bytes))
+            : tr("%1 items · %2 found").arg(locale.toString(qlonglong(items)), byteText(bytes)));
 }
 
 void ScanOverlay::showEvent(QShowEvent* event) {

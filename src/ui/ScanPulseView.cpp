@@ -35,9 +35,8 @@ void ScanPulseView::paintEvent(QPaintEvent*) {
     const double maxR = std::min(width(), height()) / 2.0 - 1;
     const double core = maxR * 0.36;
     const QColor accent = palette().color(QPalette::Highlight);
-    const double phase = m_phase->state() == QAbstractAnimation::Running
-                             ? m_phase->currentValue().toDouble()
-                             : 0.35;
+    const double phase =
+        m_phase->state() == QAbstractAnimation::Running ? m_phase->currentValue().toDouble() : 0.35;
     // Two rings half a period apart, each growing from the disc to the edge.
     for (double offset : {0.0, 0.5}) {
         const double t = std::fmod(phase + offset, 1.0);

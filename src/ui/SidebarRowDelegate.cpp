@@ -71,7 +71,7 @@ void SidebarRowDelegate::paint(QPainter* p, const QStyleOptionViewItem& option,
         path.addRoundedRect(QRectF(r), 6, 6);
         p->fillPath(path, fill);
     }
-    const QColor primary = selected ? pal.color(QPalette::HighlightedText)
+    const QColor primary = selected            ? pal.color(QPalette::HighlightedText)
                            : kind == ActionRow ? pal.color(QPalette::Highlight)
                                                : pal.color(QPalette::WindowText);
     QColor muted = selected ? primary : secondary(pal);

@@ -67,13 +67,12 @@ SidebarView::SidebarView(SidebarViewModel& model, Actions actions, QWidget* pare
         if (item->data(0, D::KindRole).toInt() == D::ActionRow)
             addFavoriteWithChooser();
     });
-    connect(m_list, &QTreeWidget::customContextMenuRequested, this,
-            &SidebarView::showContextMenu);
+    connect(m_list, &QTreeWidget::customContextMenuRequested, this, &SidebarView::showContextMenu);
 
-    for (auto signal : {&SidebarViewModel::thisComputerChanged, &SidebarViewModel::volumesChanged,
-                        &SidebarViewModel::favoritesChanged,
-                        &SidebarViewModel::transientSourceChanged,
-                        &SidebarViewModel::scanningSourceIDChanged})
+    for (auto signal :
+         {&SidebarViewModel::thisComputerChanged, &SidebarViewModel::volumesChanged,
+          &SidebarViewModel::favoritesChanged, &SidebarViewModel::transientSourceChanged,
+          &SidebarViewModel::scanningSourceIDChanged})
         connect(&m_model, signal, this, &SidebarView::rebuild);
     connect(&m_model, &SidebarViewModel::selectedSourceIDChanged, this,
             &SidebarView::syncSelectionFromModel);

@@ -93,10 +93,10 @@ void VolumeCard::paintEvent(QPaintEvent*) {
     p.setFont(small);
     p.setPen(muted);
     const QString capacity = capacityText(m_source).value_or(QStringLiteral("Capacity unknown"));
-    p.drawText(QRect(textLeft, inner.top() + nameMetrics.height(), textWidth,
-                     smallMetrics.height()),
-               Qt::AlignLeft | Qt::AlignVCenter,
-               smallMetrics.elidedText(capacity, Qt::ElideRight, textWidth));
+    p.drawText(
+        QRect(textLeft, inner.top() + nameMetrics.height(), textWidth, smallMetrics.height()),
+        Qt::AlignLeft | Qt::AlignVCenter,
+        smallMetrics.elidedText(capacity, Qt::ElideRight, textWidth));
 
     int y = inner.top() + 52;
     if (const auto percent = percentFull(m_source)) {

@@ -1,9 +1,8 @@
-// The main window offscreen, over a real scan of a fixture tree: breadcrumbs and the
-// map history (buttons, mouse buttons), the commands, and the scanning overlay from
-// start to Cancel and to the finished map. The scan runs the real back-end one
-// subfolder at a time, each step released by the test, so the overlay's counts can be
-// seen to grow.
+// The main window offscreen over real scans of a fixture tree: breadcrumbs and map
+// history, the commands, and the scanning overlay, whose scan the test releases step
+// by step so that its counts can be seen to grow, from start to Cancel and to the map.
 
+#include "ui/MainWindow.h"
 #include "app/coordination/AppState.h"
 #include "app/coordination/ScanCoordinator.h"
 #include "app/window/MainWindowModel.h"
@@ -11,7 +10,6 @@
 #include "support/FixtureTree.h"
 #include "ui/BreadcrumbView.h"
 #include "ui/ChartView.h"
-#include "ui/MainWindow.h"
 #include "ui/ScanOverlay.h"
 
 #include <QAction>
@@ -19,27 +17,22 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QSlider>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
-
-#include <atomic>
 #include <thread>
 
 using namespace ringfold;
 
-namespace {
+static std::atomic<int> g_allowedSteps{1000};
 
 // Scans "a", then "b" with the real engine into the shared progress, then returns the
 // real scan of the whole folder; each of the three steps waits for the test's leave.
-class SteppedBackend : public ScanBackend {
-public:
-    explicit SteppedBackend(std::atomic<int>& allowed) : m_allowed(allowed) {}
+struct SteppedBackend : ScanBackend {
     std::optional<ScanResult> scan(const std::string& path, std::stop_token stop,
                                    ScanProgress* progress) override {
         ScanEngine engine(ScanSourceKind::favoriteFolder, 2);
         auto await = [&](int step) {
-            while (m_allowed.load() <= step && !stop.stop_requested())
+            while (g_allowedSteps.load() <= step && !stop.stop_requested())
                 std::this_thread::sleep_for(std::chrono::milliseconds(5));
             return !stop.stop_requested();
         };
@@ -48,31 +41,23 @@ public:
             return std::nullopt;
         return engine.scan(path, stop);
     }
-
-private:
-    std::atomic<int>& m_allowed;
 };
-
-} // namespace
 
 class MainWindowTest : public QObject {
     Q_OBJECT
 
     test::FixtureTree m_fx;
-    QTemporaryDir m_state;
     std::unique_ptr<QSettings> m_settings;
     std::unique_ptr<AppState> m_app;
     std::unique_ptr<MainWindowModel> m_model;
     std::unique_ptr<MainWindow> m_window;
-    std::atomic<int> m_allowedSteps{1000};
 
     ChartViewModel& chart() { return m_app->chart(); }
     const Uuid& home() { return m_app->sidebar().favorites().back().id; }
-    NodePtr child(const NodePtr& parent, std::string_view name) {
-        for (FileNode* c : parent->children())
+    void focusChild(std::string_view name) {
+        for (FileNode* c : chart().focusedNode()->children())
             if (c->name() == name)
-                return c->shared();
-        return nullptr;
+                chart().focus(c);
     }
     QAction* action(const char* name) { return m_window->findChild<QAction*>(name); }
     bool scanHome() {
@@ -82,27 +67,26 @@ class MainWindowTest : public QObject {
 
 private slots:
     void initTestCase() {
-        m_fx.writeFiles({{"home/a/x/one.bin", 40000}, {"home/a/two.bin", 9000},
-                         {"home/b/three.bin", 70000}, {"home/b/c/four.bin", 1000},
-                         {"mountinfo", 0}});
-        qputenv("XDG_DATA_HOME", m_state.filePath("data").toUtf8());
+        m_fx.writeFiles({{"home/a/x/1", 40000}, {"home/a/2", 9000}, {"home/b/3", 70000}});
+        m_fx.writeFiles({{"home/b/c/4", 1000}, {"mountinfo", 0}});
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_fx.fullPath("data")));
     }
 
     void init() {
         m_window.reset();
         m_model.reset();
-        m_settings = std::make_unique<QSettings>(m_state.filePath("s.conf"), QSettings::IniFormat);
+        m_settings = std::make_unique<QSettings>(QString::fromStdString(m_fx.fullPath("s.conf")),
+                                                 QSettings::IniFormat);
         m_app = std::make_unique<AppState>(AppState::Options{
-            std::make_unique<FavoritesStore>(m_state.filePath("favorites.json")),
+            std::make_unique<FavoritesStore>(QString::fromStdString(m_fx.fullPath("fav.json"))),
             {.mountInfoPath = m_fx.fullPath("mountinfo"), .systemPaths = {}, .watchVolumes = false},
             m_settings.get()});
         m_app->sidebar().addFavorite(m_fx.fullPath("home"));
         m_model = std::make_unique<MainWindowModel>(*m_app);
         m_model->coordinator().setDiagnostics(nullptr);
-        m_model->coordinator().setBackendFactory([this](const ScanSource&, std::FILE*) {
-            return std::make_unique<SteppedBackend>(m_allowedSteps);
-        });
-        m_allowedSteps = 1000;
+        m_model->coordinator().setBackendFactory(
+            [](const ScanSource&, std::FILE*) { return std::make_unique<SteppedBackend>(); });
+        g_allowedSteps = 1000;
         m_window = std::make_unique<MainWindow>(*m_model);
         m_window->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
@@ -114,8 +98,8 @@ private slots:
         QCOMPARE(bar->crumbButtons().size(), 1);
         QVERIFY(!bar->backButton()->isEnabled() && !bar->forwardButton()->isEnabled());
 
-        chart().focus(child(chart().rootNode(), "a"));
-        chart().focus(child(chart().focusedNode(), "x"));
+        focusChild("a");
+        focusChild("x");
         QCOMPARE(bar->crumbButtons().size(), 3);
         QCOMPARE(bar->crumbButtons().at(1)->text(), QStringLiteral("a"));
 
@@ -135,8 +119,7 @@ private slots:
         QTest::mouseClick(bar->crumbButtons().at(0), Qt::LeftButton);
         QCOMPARE(chart().focusedNode(), chart().rootNode());
         QTest::mouseClick(bar->homeButton(), Qt::LeftButton);
-        QTRY_VERIFY(!m_window->showsMap());
-        QVERIFY(!m_app->sidebar().selectedSourceID());
+        QTRY_VERIFY(!m_window->showsMap() && !m_app->sidebar().selectedSourceID());
     }
 
     void commands() {
@@ -149,8 +132,8 @@ private slots:
         QTest::keyClick(m_window.get(), Qt::Key_1, Qt::ControlModifier);
         QCOMPARE(chart().visualizationMode(), VisualizationMode::sunburst);
 
-        chart().focus(child(chart().rootNode(), "b"));
-        chart().focus(child(chart().focusedNode(), "c"));
+        focusChild("b");
+        focusChild("c");
         QTest::keyClick(m_window.get(), Qt::Key_Up, Qt::ControlModifier);
         QCOMPARE(chart().focusedNode()->name(), "b");
         QTest::keyClick(m_window.get(), Qt::Key_Up, Qt::ControlModifier | Qt::ShiftModifier);
@@ -171,29 +154,27 @@ private slots:
     }
 
     void scanningOverlay() {
-        m_allowedSteps = 0;
+        g_allowedSteps = 0;
         m_app->sidebar().setSelectedSourceID(home());
         ScanOverlay* overlay = m_window->overlay();
         QTRY_VERIFY(overlay->isVisible());
         QCOMPARE(overlay->titleLabel()->text(), QStringLiteral("Scanning home…"));
         QCOMPARE(overlay->shownItems(), 0);
 
-        m_allowedSteps = 1;
+        g_allowedSteps = 1;
         QTRY_VERIFY(overlay->shownItems() > 0);
-        const std::int64_t afterA = overlay->shownItems();
-        const std::int64_t bytesA = overlay->shownBytes();
+        const std::int64_t afterA = overlay->shownItems(), bytesA = overlay->shownBytes();
         QVERIFY(bytesA >= 49000);
-        m_allowedSteps = 2;
+        g_allowedSteps = 2;
         QTRY_VERIFY(overlay->shownItems() > afterA);
         QVERIFY(overlay->shownBytes() > bytesA);
 
         // Cancel returns to the gallery; the next selection scans to the end.
         QTest::mouseClick(overlay->cancelButton(), Qt::LeftButton);
-        QVERIFY(!overlay->isVisible());
-        QVERIFY(!m_window->showsMap());
+        QVERIFY(!overlay->isVisible() && !m_window->showsMap());
         QVERIFY(!m_app->sidebar().selectedSourceID());
 
-        m_allowedSteps = 1000;
+        g_allowedSteps = 1000;
         QVERIFY(scanHome());
         QVERIFY(!overlay->isVisible());
         QCOMPARE(m_window->breadcrumb()->crumbButtons().size(), 1);
