@@ -71,10 +71,12 @@ BreadcrumbView::BreadcrumbView(ChartViewModel& model, std::function<void()> onHo
     connect(m_forward, &QToolButton::clicked, &m_model, &ChartViewModel::goForward);
     row->addSpacing(6);
 
-    m_crumbLayout = new QHBoxLayout;
-    m_crumbLayout->setSpacing(0);
-    row->addLayout(m_crumbLayout);
-    row->addStretch(1);
+    // Ignored: a deep path must not widen the window; fitCrumbs makes it fit instead.
+    m_crumbBox = new QWidget(this);
+    m_crumbBox->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    m_crumbBox->setFixedHeight(28);
+    m_crumbBox->installEventFilter(this);
+    row->addWidget(m_crumbBox, 1);
 
     connect(&m_model, &ChartViewModel::focusedNodeChanged, this, &BreadcrumbView::rebuild);
     connect(&m_model, &ChartViewModel::rootNodeChanged, this, &BreadcrumbView::rebuild);
@@ -91,25 +93,29 @@ void BreadcrumbView::updateHistoryButtons() {
 
 void BreadcrumbView::rebuild() {
     // Later, not now: the crumb being clicked is still inside its own click handler.
-    while (QLayoutItem* item = m_crumbLayout->takeAt(0)) {
-        if (QWidget* w = item->widget()) {
-            w->hide();
-            w->deleteLater();
-        }
-        delete item;
+    for (QWidget* w : m_crumbBox->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+        w->hide();
+        w->deleteLater();
     }
     m_crumbs.clear();
+    m_chevrons.clear();
+    m_ellipsis = nullptr;
     const std::vector<FileNode*> crumbs = m_model.breadcrumbs();
     const QPalette pal = palette();
     for (std::size_t i = 0; i < crumbs.size(); ++i) {
         FileNode* node = crumbs[i];
         const bool focused = i + 1 == crumbs.size();
+        QLabel* chevron = nullptr;
         if (i > 0) {
-            auto* chevron = new QLabel(this);
+            chevron = new QLabel(m_crumbBox);
             chevron->setPixmap(symbolIcon("chevron.right").pixmap(QSize(12, 12)));
-            m_crumbLayout->addWidget(chevron);
         }
-        auto* crumb = new QToolButton(this);
+        m_chevrons.append(chevron);
+        if (i == 1) {
+            m_ellipsis = new QLabel(QStringLiteral("\u2026"), m_crumbBox);
+            m_ellipsis->setContentsMargins(4, 0, 4, 0);
+        }
+        auto* crumb = new QToolButton(m_crumbBox);
         crumb->setText(crumbText(node));
         crumb->setAutoRaise(true);
         crumb->setToolButtonStyle(Qt::ToolButtonTextOnly);
@@ -125,10 +131,51 @@ void BreadcrumbView::rebuild() {
         }
         NodePtr target = node->shared();
         connect(crumb, &QToolButton::clicked, this, [this, target] { m_model.focus(target); });
-        m_crumbLayout->addWidget(crumb);
         m_crumbs.append(crumb);
     }
+    fitCrumbs();
     updateHistoryButtons();
+}
+
+void BreadcrumbView::fitCrumbs() {
+    const int count = int(m_crumbs.size());
+    auto widthOf = [](QWidget* w) { return w ? w->sizeHint().width() : 0; };
+    int total = 0;
+    for (int i = 0; i < count; ++i)
+        total += widthOf(m_crumbs[i]) + widthOf(m_chevrons[i]);
+    // Crumbs 1..hidden give way (with the chevrons between them) to one ellipsis until
+    // the rest fits; the root and the focused crumb stay.
+    int hidden = 0;
+    if (total > m_crumbBox->width() && count > 2)
+        total += widthOf(m_ellipsis);
+    while (total > m_crumbBox->width() && hidden + 1 < count - 1) {
+        ++hidden;
+        total -= widthOf(m_crumbs[hidden]) + (hidden > 1 ? widthOf(m_chevrons[hidden]) : 0);
+    }
+    // Left to right: root, chevron, [ellipsis], then the crumbs that show.
+    int x = 0;
+    auto place = [&](QWidget* w, bool visible) {
+        if (!w)
+            return;
+        w->setVisible(visible);
+        if (!visible)
+            return;
+        const QSize hint = w->sizeHint();
+        w->setGeometry(x, (m_crumbBox->height() - hint.height()) / 2, hint.width(), hint.height());
+        x += hint.width();
+    };
+    for (int i = 0; i < count; ++i) {
+        place(m_chevrons[i], i <= 1 || i > hidden);
+        if (i == 1)
+            place(m_ellipsis, hidden > 0);
+        place(m_crumbs[i], i == 0 || i > hidden);
+    }
+}
+
+bool BreadcrumbView::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_crumbBox && event->type() == QEvent::Resize)
+        fitCrumbs();
+    return QWidget::eventFilter(watched, event);
 }
 
 void BreadcrumbView::changeEvent(QEvent* event) {

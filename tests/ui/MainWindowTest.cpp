@@ -69,6 +69,7 @@ private slots:
     void initTestCase() {
         m_fx.writeFiles({{"home/a/x/1", 40000}, {"home/a/2", 9000}, {"home/b/3", 70000}});
         m_fx.writeFiles({{"home/b/c/4", 1000}, {"mountinfo", 0}});
+        m_fx.deepChain("home/deep", 23, "a-rather-long-folder-name");
         qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_fx.fullPath("data")));
     }
 
@@ -120,6 +121,17 @@ private slots:
         QCOMPARE(chart().focusedNode(), chart().rootNode());
         QTest::mouseClick(bar->homeButton(), Qt::LeftButton);
         QTRY_VERIFY(!m_window->showsMap() && !m_app->sidebar().selectedSourceID());
+    }
+
+    void deepPathKeepsWindowSize() {
+        QVERIFY(scanHome());
+        for (int i = 0; i < 24; ++i)
+            focusChild(i ? "a-rather-long-folder-name" : "deep");
+        const auto crumbs = m_window->breadcrumb()->crumbButtons();
+        QCOMPARE(crumbs.size(), 25);
+        QTRY_VERIFY(crumbs.first()->isVisible() && crumbs.last()->isVisible());
+        QVERIFY(!crumbs.at(1)->isVisible());
+        QVERIFY(m_window->minimumSizeHint().width() <= 760);
     }
 
     void commands() {
