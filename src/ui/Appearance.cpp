@@ -52,7 +52,7 @@ void Appearance::watchPortal() {
         return;
     bus.connect(QString::fromLatin1(kPortalService), QString::fromLatin1(kPortalPath),
                 QString::fromLatin1(kPortalSettings), QStringLiteral("SettingChanged"), this,
-                SLOT(onPortalSettingChanged(QString, QString, QDBusVariant)));
+                SLOT(onPortalSettingChanged(QDBusMessage)));
     readPortal(kAppearanceGroup, kColorSchemeKey);
     readPortal(kInterfaceGroup, kAnimationsKey);
 }
@@ -75,9 +75,10 @@ void Appearance::readPortal(const char* group, const char* key) {
             });
 }
 
-void Appearance::onPortalSettingChanged(const QString& group, const QString& key,
-                                        const QDBusVariant& value) {
-    portalValue(group, key, unwrap(value.variant()));
+void Appearance::onPortalSettingChanged(const QDBusMessage& message) {
+    const QList<QVariant> args = message.arguments();
+    if (args.size() == 3)
+        portalValue(args[0].toString(), args[1].toString(), unwrap(args[2]));
 }
 
 void Appearance::portalValue(const QString& group, const QString& key, const QVariant& value) {

@@ -19,7 +19,7 @@
 
 #include <optional>
 
-class QDBusVariant;
+class QDBusMessage;
 
 namespace ringfold {
 
@@ -47,8 +47,9 @@ signals:
     void schemeChanged();
 
 private slots:
-    void onPortalSettingChanged(const QString& group, const QString& key,
-                                const QDBusVariant& value);
+    // The whole message: a slot with typed arguments is refused by the bus connection
+    // when one of them is a variant.
+    void onPortalSettingChanged(const QDBusMessage& message);
 
 private:
     void watchPortal();

@@ -1,28 +1,41 @@
-// The ringfold program itself: usage errors exit 2 with a message, and --screenshot of
-// a fixture tree in both map modes and both themes gives a window-sized PNG with the
-// theme's lightness and more than a handful of colours (kept under the build folder).
+// The program as a whole: usage errors exit 2 with a message; --screenshot of a fixture
+// tree in both map modes and themes gives a window-sized PNG with the theme's lightness
+// and more than a handful of colours (kept under the build folder); and the "system"
+// appearance follows a stand-in settings portal on the private bus of dbus-run-session.
 
+#include "app/stores/SettingsStore.h"
 #include "support/FixtureTree.h"
+#include "ui/Appearance.h"
 
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVariant>
 #include <QDir>
-#include <QImage>
 #include <QProcess>
-#include <QSet>
+#include <QSettings>
 #include <QTest>
+
+using namespace ringfold;
+
+class FakePortal : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
+public slots:
+    QDBusVariant Read(const QString&, const QString& key) { // nested, like the portal's
+        const QVariant value = key == "color-scheme" ? QVariant(1u) : QVariant(true);
+        return QDBusVariant(QVariant::fromValue(QDBusVariant(value)));
+    }
+};
 
 class ProgramTest : public QObject {
     Q_OBJECT
 
-    ringfold::test::FixtureTree m_fx;
+    test::FixtureTree m_fx;
 
     // Exit status (-1 for a crash or a hang) and standard error of one run.
     std::pair<int, QByteArray> run(const QStringList& args) {
         QProcess p;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("QT_QPA_PLATFORM", "offscreen");
-        env.insert("XDG_CONFIG_HOME", QString::fromStdString(m_fx.fullPath("config")));
-        env.insert("XDG_DATA_HOME", QString::fromStdString(m_fx.fullPath("data")));
-        p.setProcessEnvironment(env);
         p.start(RINGFOLD_GUI_BINARY, args);
         const bool done = p.waitForFinished(60000) && p.exitStatus() == QProcess::NormalExit;
         return {done ? p.exitCode() : -1, p.readAllStandardError()};
@@ -34,6 +47,8 @@ private slots:
                          {"tree/photos/b.jpg", 120000},
                          {"tree/code/main.cpp", 8000},
                          {"tree/notes.txt", 500}});
+        qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString(m_fx.fullPath("config")));
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_fx.fullPath("data")));
     }
 
     void usageErrors_data() {
@@ -79,6 +94,29 @@ private slots:
                          qPrintable(file));
             }
         }
+    }
+
+    void systemAppearanceFollowsThePortal() {
+        // The portal on a connection of its own, as if it were another process.
+        QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "portal");
+        QVERIFY2(bus.isConnected(), "needs a session bus: run under dbus-run-session");
+        FakePortal portal; // prefers dark
+        const QString path = "/org/freedesktop/portal/desktop";
+        QVERIFY(bus.registerObject(path, &portal, QDBusConnection::ExportAllSlots));
+        QVERIFY(bus.registerService("org.freedesktop.portal.Desktop"));
+
+        QSettings store(QString::fromStdString(m_fx.fullPath("s.conf")), QSettings::IniFormat);
+        SettingsStore settings(&store);
+        Appearance appearance(settings);
+        QTRY_VERIFY(qApp->palette().color(QPalette::Window).lightness() < 128);
+        QDBusMessage changed =
+            QDBusMessage::createSignal(path, "org.freedesktop.portal.Settings", "SettingChanged");
+        changed << "org.freedesktop.appearance"
+                << "color-scheme" << QVariant::fromValue(QDBusVariant(2u)); // prefers light
+        QVERIFY(bus.send(changed));
+        QTRY_COMPARE(appearance.scheme(), ColorScheme::light);
+        settings.setAppearanceMode(AppearanceMode::dark); // a fixed choice wins
+        QVERIFY(qApp->palette().color(QPalette::Window).lightness() < 128);
     }
 };
 
