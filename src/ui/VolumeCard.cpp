@@ -33,7 +33,8 @@ VolumeCard::VolumeCard(const ScanSource& source, QWidget* parent)
 }
 
 QSize VolumeCard::sizeHint() const {
-    return {236, 118};
+    // Room for one more line when the card carries the restricted-access notice.
+    return {280, m_source.lastScanWasRestricted ? 136 : 118};
 }
 
 void VolumeCard::enterEvent(QEnterEvent* event) {
@@ -124,7 +125,7 @@ void VolumeCard::paintEvent(QPaintEvent*) {
                    Qt::AlignLeft | Qt::AlignVCenter, *indexed);
     }
     if (m_source.lastScanWasRestricted) {
-        const int iy = inner.bottom() - smallMetrics.height();
+        const int iy = y + smallMetrics.height() + 4;
         symbolIcon("exclamationmark.triangle.fill")
             .paint(&p, QRect(inner.left(), iy + (smallMetrics.height() - 12) / 2, 12, 12));
         p.drawText(QRect(inner.left() + 16, iy, inner.width() - 16, smallMetrics.height()),
