@@ -1,7 +1,8 @@
 # Ringfold: the two commands a fresh machine needs are `make run` and `make test`.
 BUILD_DIR ?= build
 CMAKE_ARGS ?=
-RUN_PATH ?= $(HOME)
+# make run RUN_PATH=DIR opens the window on DIR; empty opens the drive gallery.
+RUN_PATH ?=
 
 .PHONY: all bootstrap configure build test run bench clean
 
@@ -20,7 +21,7 @@ test: build
 	@ctest --test-dir $(BUILD_DIR) --output-on-failure -j 2
 
 run: build
-	@$(BUILD_DIR)/bin/ringfold-scan $(RUN_PATH)
+	@$(BUILD_DIR)/bin/ringfold $(RUN_PATH)
 
 bench:
 	@scripts/bootstrap bench

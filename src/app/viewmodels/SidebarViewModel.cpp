@@ -132,6 +132,8 @@ ScanSource* SidebarViewModel::mutableSource(const Uuid& id) {
     for (ScanSource& f : m_favorites)
         if (f.id == id)
             return &f;
+    if (m_transient && m_transient->id == id)
+        return &*m_transient;
     return nullptr;
 }
 
@@ -144,6 +146,8 @@ void SidebarViewModel::notifySourceChanged(const ScanSource* source) {
         emit thisComputerChanged();
     else if (in(m_volumes))
         emit volumesChanged();
+    else if (m_transient && source == &*m_transient)
+        emit transientSourceChanged();
     else
         emit favoritesChanged();
 }
@@ -297,6 +301,21 @@ void SidebarViewModel::removeFavorite(const Uuid& id) {
     setFavorites(std::move(next));
     if (wasSelected)
         setSelectedSourceID(std::nullopt);
+}
+
+Uuid SidebarViewModel::openTransientFolder(const std::string& path) {
+    const std::string clean = cleanPath(path);
+    if (cleanPath(m_thisComputer.url) == clean)
+        return m_thisComputer.id;
+    for (const std::vector<ScanSource>* list : {&m_volumes, &m_favorites})
+        for (const ScanSource& s : *list)
+            if (cleanPath(s.url) == clean)
+                return s.id;
+    if (m_transient && cleanPath(m_transient->url) == clean)
+        return m_transient->id;
+    m_transient = makeFavoriteSource(Uuid::generate(), clean, lastComponent(clean));
+    emit transientSourceChanged();
+    return m_transient->id;
 }
 
 void SidebarViewModel::resetFavoritesAndScanRecords() {

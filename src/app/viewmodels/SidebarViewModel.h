@@ -63,13 +63,17 @@ public:
     const ScanSource& thisComputer() const { return m_thisComputer; }
     const std::vector<ScanSource>& volumes() const { return m_volumes; }
     const std::vector<ScanSource>& favorites() const { return m_favorites; }
+    /// A folder opened for this run only (the program's PATH argument): listed and
+    /// scanned like a favourite, never saved.
+    const std::optional<ScanSource>& transientSource() const { return m_transient; }
     std::optional<Uuid> selectedSourceID() const { return m_selectedSourceID; }
     std::optional<Uuid> scanningSourceID() const { return m_scanningSourceID; }
     const FavoritesStore& favoritesStore() const { return *m_favoritesStore; }
 
     void setSelectedSourceID(std::optional<Uuid> id);
 
-    /// This Computer, else the first volume, else the first favourite with that id.
+    /// This Computer, else the first volume, else the first favourite, else the
+    /// transient folder with that id.
     const ScanSource* source(const Uuid& id) const;
 
     /// Re-reads the mounted volumes and starts reading their capacities. The same file
@@ -83,6 +87,10 @@ public:
     void addFavorite(const std::string& path, std::optional<std::string> displayName = {});
     /// Removes the favourite and saves; clears the selection when it was selected.
     void removeFavorite(const Uuid& id);
+    /// The source for a folder named on the command line: the listed source at that
+    /// (cleaned) path if there is one, else a new transient folder that replaces any
+    /// earlier one. Returns its id; the selection is left alone.
+    Uuid openTransientFolder(const std::string& path);
     /// The settings window's reset: stops any scan and clears the selection, restores
     /// the default favourites (saved at once) and forgets every volume's records.
     void resetFavoritesAndScanRecords();
@@ -101,6 +109,7 @@ signals:
     void thisComputerChanged();
     void volumesChanged();
     void favoritesChanged();
+    void transientSourceChanged();
     void selectedSourceIDChanged();
     void scanningSourceIDChanged();
     /// A volume left the list (unmounted, or another file system took its place);
@@ -125,6 +134,7 @@ private:
     ScanSource m_thisComputer;
     std::vector<ScanSource> m_volumes;
     std::vector<ScanSource> m_favorites;
+    std::optional<ScanSource> m_transient;
     std::map<Uuid, std::string> m_volumeFileSystems; // of each listed volume
     // Volumes that were unmounted: a remount of the same file system at the same
     // place gets its identity and last-scan record back.

@@ -1,0 +1,194 @@
+// The main window offscreen over real scans of a fixture tree: breadcrumbs and map
+// history, the commands, and the scanning overlay, whose scan the test releases step
+// by step so that its counts can be seen to grow, from start to Cancel and to the map.
+
+#include "ui/MainWindow.h"
+#include "app/coordination/AppState.h"
+#include "app/coordination/ScanCoordinator.h"
+#include "app/window/MainWindowModel.h"
+#include "core/scan/ScanEngine.h"
+#include "support/FixtureTree.h"
+#include "ui/BreadcrumbView.h"
+#include "ui/ChartView.h"
+#include "ui/ScanOverlay.h"
+
+#include <QAction>
+#include <QLabel>
+#include <QPushButton>
+#include <QSettings>
+#include <QSlider>
+#include <QTest>
+#include <QToolButton>
+#include <thread>
+
+using namespace ringfold;
+
+static std::atomic<int> g_allowedSteps{1000};
+
+// Scans "a", then "b" with the real engine into the shared progress, then returns the
+// real scan of the whole folder; each of the three steps waits for the test's leave.
+struct SteppedBackend : ScanBackend {
+    std::optional<ScanResult> scan(const std::string& path, std::stop_token stop,
+                                   ScanProgress* progress) override {
+        ScanEngine engine(ScanSourceKind::favoriteFolder, 2);
+        auto await = [&](int step) {
+            while (g_allowedSteps.load() <= step && !stop.stop_requested())
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            return !stop.stop_requested();
+        };
+        if (!await(0) || !engine.scan(path + "/a", stop, progress) || !await(1) ||
+            !engine.scan(path + "/b", stop, progress) || !await(2))
+            return std::nullopt;
+        return engine.scan(path, stop);
+    }
+};
+
+class MainWindowTest : public QObject {
+    Q_OBJECT
+
+    test::FixtureTree m_fx;
+    std::unique_ptr<QSettings> m_settings;
+    std::unique_ptr<AppState> m_app;
+    std::unique_ptr<MainWindowModel> m_model;
+    std::unique_ptr<MainWindow> m_window;
+
+    ChartViewModel& chart() { return m_app->chart(); }
+    const Uuid& home() { return m_app->sidebar().favorites().back().id; }
+    void focusChild(std::string_view name) {
+        for (FileNode* c : chart().focusedNode()->children())
+            if (c->name() == name)
+                chart().focus(c);
+    }
+    QAction* action(const char* name) { return m_window->findChild<QAction*>(name); }
+    bool scanHome() {
+        m_app->sidebar().setSelectedSourceID(home());
+        return QTest::qWaitFor([this] { return chart().rootNode() && m_window->showsMap(); });
+    }
+
+private slots:
+    void initTestCase() {
+        m_fx.writeFiles({{"home/a/x/1", 40000}, {"home/a/2", 9000}, {"home/b/3", 70000}});
+        m_fx.writeFiles({{"home/b/c/4", 1000}, {"mountinfo", 0}});
+        m_fx.deepChain("home/deep", 23, "a-rather-long-folder-name");
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_fx.fullPath("data")));
+    }
+
+    void init() {
+        m_window.reset();
+        m_model.reset();
+        m_settings = std::make_unique<QSettings>(QString::fromStdString(m_fx.fullPath("s.conf")),
+                                                 QSettings::IniFormat);
+        m_app = std::make_unique<AppState>(AppState::Options{
+            std::make_unique<FavoritesStore>(QString::fromStdString(m_fx.fullPath("fav.json"))),
+            {.mountInfoPath = m_fx.fullPath("mountinfo"), .systemPaths = {}, .watchVolumes = false},
+            m_settings.get()});
+        m_app->sidebar().addFavorite(m_fx.fullPath("home"));
+        m_model = std::make_unique<MainWindowModel>(*m_app);
+        m_model->coordinator().setDiagnostics(nullptr);
+        m_model->coordinator().setBackendFactory(
+            [](const ScanSource&, std::FILE*) { return std::make_unique<SteppedBackend>(); });
+        g_allowedSteps = 1000;
+        m_window = std::make_unique<MainWindow>(*m_model);
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+    }
+
+    void breadcrumbsAndHistory() {
+        QVERIFY(scanHome());
+        BreadcrumbView* bar = m_window->breadcrumb();
+        QCOMPARE(bar->crumbButtons().size(), 1);
+        QVERIFY(!bar->backButton()->isEnabled() && !bar->forwardButton()->isEnabled());
+
+        focusChild("a");
+        focusChild("x");
+        QCOMPARE(bar->crumbButtons().size(), 3);
+        QCOMPARE(bar->crumbButtons().at(1)->text(), QStringLiteral("a"));
+
+        // Back twice by the bar's button and the mouse's back button, forward once by the
+        // mouse; the middle button is no history command.
+        QTest::mouseClick(bar->backButton(), Qt::LeftButton);
+        QCOMPARE(chart().focusedNode()->name(), "a");
+        QTest::mouseClick(m_window->chartView(), Qt::BackButton);
+        QCOMPARE(chart().focusedNode(), chart().rootNode());
+        QVERIFY(!bar->backButton()->isEnabled() && bar->forwardButton()->isEnabled());
+        QTest::mouseClick(m_window->chartView(), Qt::ForwardButton);
+        QCOMPARE(chart().focusedNode()->name(), "a");
+        QTest::mouseClick(m_window->chartView(), Qt::MiddleButton);
+        QCOMPARE(chart().focusedNode()->name(), "a");
+
+        // A crumb focuses its folder. A deep path gives way to "…" after the root rather
+        // than widening the window; home leaves for the drive gallery.
+        QTest::mouseClick(bar->crumbButtons().at(0), Qt::LeftButton);
+        QCOMPARE(chart().focusedNode(), chart().rootNode());
+        for (int i = 0; i < 24; ++i)
+            focusChild(i ? "a-rather-long-folder-name" : "deep");
+        const auto crumbs = bar->crumbButtons();
+        QCOMPARE(crumbs.size(), 25);
+        QTRY_VERIFY(crumbs.first()->isVisible() && crumbs.last()->isVisible());
+        QVERIFY(!crumbs.at(1)->isVisible() && m_window->minimumSizeHint().width() <= 760);
+        QTest::mouseClick(bar->homeButton(), Qt::LeftButton);
+        QTRY_VERIFY(!m_window->showsMap() && !m_app->sidebar().selectedSourceID());
+    }
+
+    void commands() {
+        QVERIFY(scanHome());
+        m_window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        QTest::keyClick(m_window.get(), Qt::Key_2, Qt::ControlModifier);
+        QCOMPARE(chart().visualizationMode(), VisualizationMode::treemap);
+        QVERIFY(action("treemap")->isChecked() && !action("sunburst")->isChecked());
+        QTest::keyClick(m_window.get(), Qt::Key_1, Qt::ControlModifier);
+        QCOMPARE(chart().visualizationMode(), VisualizationMode::sunburst);
+
+        focusChild("b");
+        focusChild("c");
+        QTest::keyClick(m_window.get(), Qt::Key_Up, Qt::ControlModifier);
+        QCOMPARE(chart().focusedNode()->name(), "b");
+        QTest::keyClick(m_window.get(), Qt::Key_Up, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(chart().focusedNode(), chart().rootNode());
+        QVERIFY(!action("home")->isEnabled());
+
+        m_window->thresholdSlider()->setValue(250);
+        QCOMPARE(m_app->settings().smallerObjectsThresholdPercent(), 0.025);
+        QCOMPARE(m_window->thresholdLabel()->text(), QStringLiteral("2.5%"));
+        m_app->settings().setSmallerObjectsThresholdPercent(0.004);
+        QCOMPARE(m_window->thresholdSlider()->value(), 40);
+
+        // A favourite has no free space to show; Ctrl+R scans it again.
+        QVERIFY(!action("showFreeSpace")->isEnabled());
+        const NodePtr before = chart().rootNode();
+        QTest::keyClick(m_window.get(), Qt::Key_R, Qt::ControlModifier);
+        QTRY_VERIFY(chart().rootNode() && chart().rootNode() != before);
+    }
+
+    void scanningOverlay() {
+        g_allowedSteps = 0;
+        m_app->sidebar().setSelectedSourceID(home());
+        ScanOverlay* overlay = m_window->overlay();
+        QTRY_VERIFY(overlay->isVisible());
+        QCOMPARE(overlay->titleLabel()->text(), QStringLiteral("Scanning home…"));
+        QCOMPARE(overlay->shownItems(), 0);
+
+        g_allowedSteps = 1;
+        QTRY_VERIFY(overlay->shownItems() > 0);
+        const std::int64_t afterA = overlay->shownItems(), bytesA = overlay->shownBytes();
+        QVERIFY(bytesA >= 49000);
+        g_allowedSteps = 2;
+        QTRY_VERIFY(overlay->shownItems() > afterA);
+        QVERIFY(overlay->shownBytes() > bytesA);
+
+        // Cancel returns to the gallery; the next selection scans to the end.
+        QTest::mouseClick(overlay->cancelButton(), Qt::LeftButton);
+        QVERIFY(!overlay->isVisible() && !m_window->showsMap());
+        QVERIFY(!m_app->sidebar().selectedSourceID());
+
+        g_allowedSteps = 1000;
+        QVERIFY(scanHome());
+        QVERIFY(!overlay->isVisible());
+        QCOMPARE(m_window->breadcrumb()->crumbButtons().size(), 1);
+        QCOMPARE(m_window->windowTitle(), QStringLiteral("home — Ringfold"));
+    }
+};
+
+QTEST_MAIN(MainWindowTest)
+#include "MainWindowTest.moc"

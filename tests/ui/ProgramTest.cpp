@@ -1,0 +1,124 @@
+// The program as a whole: usage errors exit 2 with a message; --screenshot of a fixture
+// tree in both map modes and themes gives a window-sized PNG with the theme's lightness
+// and more than a handful of colours (kept under the build folder); and the "system"
+// appearance follows a stand-in settings portal on the private bus of dbus-run-session.
+
+#include "app/stores/SettingsStore.h"
+#include "support/FixtureTree.h"
+#include "ui/Appearance.h"
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVariant>
+#include <QDir>
+#include <QProcess>
+#include <QSettings>
+#include <QTest>
+
+using namespace ringfold;
+
+class FakePortal : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
+public slots:
+    QDBusVariant Read(const QString&, const QString& key) { // nested, like the portal's
+        const QVariant value = key == "color-scheme" ? QVariant(1u) : QVariant(true);
+        return QDBusVariant(QVariant::fromValue(QDBusVariant(value)));
+    }
+};
+
+class ProgramTest : public QObject {
+    Q_OBJECT
+
+    test::FixtureTree m_fx;
+
+    // Exit status (-1 for a crash or a hang) and standard error of one run.
+    std::pair<int, QByteArray> run(const QStringList& args) {
+        QProcess p;
+        p.start(RINGFOLD_GUI_BINARY, args);
+        const bool done = p.waitForFinished(60000) && p.exitStatus() == QProcess::NormalExit;
+        return {done ? p.exitCode() : -1, p.readAllStandardError()};
+    }
+
+private slots:
+    void initTestCase() {
+        m_fx.writeFiles({{"tree/photos/a.jpg", 300000},
+                         {"tree/photos/b.jpg", 120000},
+                         {"tree/code/main.cpp", 8000},
+                         {"tree/notes.txt", 500}});
+        qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString(m_fx.fullPath("config")));
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_fx.fullPath("data")));
+    }
+
+    void usageErrors_data() {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<QString>("message");
+        const QString file = QString::fromStdString(m_fx.fullPath("tree/notes.txt"));
+        QTest::newRow("missing") << QStringList{"/nonexistent/x"} << "no such folder";
+        QTest::newRow("file") << QStringList{file} << "not a folder";
+        QTest::newRow("view") << QStringList{"--view", "pie", "/tmp"} << "--view takes";
+        QTest::newRow("unknown") << QStringList{"--bogus"} << "bogus";
+    }
+    void usageErrors() {
+        QFETCH(QStringList, args);
+        QFETCH(QString, message);
+        const auto [status, err] = run(args);
+        QCOMPARE(status, 2);
+        QVERIFY2(err.contains(message.toUtf8()), err.constData());
+    }
+
+    void screenshots() {
+        QDir().mkpath(RINGFOLD_TEST_OUTPUT);
+        for (const char* view : {"sunburst", "treemap"}) {
+            for (const char* theme : {"light", "dark"}) {
+                const QString file =
+                    QStringLiteral(RINGFOLD_TEST_OUTPUT "/window-%1-%2.png").arg(view, theme);
+                QFile::remove(file);
+                const auto [status, err] =
+                    run({"--screenshot", file, "--view", view, "--theme", theme, "--size",
+                         "1000x700", QString::fromStdString(m_fx.fullPath("tree"))});
+                QCOMPARE(status, 0);
+                QVERIFY2(err.contains("scan ") && err.contains("saved"), err.constData());
+                const QImage image(file);
+                QCOMPARE(image.size(), QSize(1000, 700));
+                QSet<QRgb> colours;
+                qint64 lightness = 0, samples = 0;
+                for (int y = 0; y < image.height(); y += 3)
+                    for (int x = 0; x < image.width(); x += 3, ++samples) {
+                        colours.insert(image.pixel(x, y));
+                        lightness += QColor(image.pixel(x, y)).lightness();
+                    }
+                QVERIFY2(colours.size() >= 40, qPrintable(file));
+                QVERIFY2(theme[0] == 'l' ? lightness / samples > 160 : lightness / samples < 100,
+                         qPrintable(file));
+            }
+        }
+    }
+
+    void systemAppearanceFollowsThePortal() {
+        // The portal on a connection of its own, as if it were another process.
+        QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "portal");
+        QVERIFY2(bus.isConnected(), "needs a session bus: run under dbus-run-session");
+        FakePortal portal; // prefers dark
+        const QString path = "/org/freedesktop/portal/desktop";
+        QVERIFY(bus.registerObject(path, &portal, QDBusConnection::ExportAllSlots));
+        QVERIFY(bus.registerService("org.freedesktop.portal.Desktop"));
+
+        QSettings store(QString::fromStdString(m_fx.fullPath("s.conf")), QSettings::IniFormat);
+        SettingsStore settings(&store);
+        Appearance appearance(settings);
+        QTRY_VERIFY(qApp->palette().color(QPalette::Window).lightness() < 128);
+        QDBusMessage changed =
+            QDBusMessage::createSignal(path, "org.freedesktop.portal.Settings", "SettingChanged");
+        changed << "org.freedesktop.appearance"
+                << "color-scheme" << QVariant::fromValue(QDBusVariant(2u)); // prefers light
+        QVERIFY(bus.send(changed));
+        QTRY_COMPARE(appearance.scheme(), ColorScheme::light);
+        settings.setAppearanceMode(AppearanceMode::dark); // a fixed choice wins
+        QVERIFY(qApp->palette().color(QPalette::Window).lightness() < 128);
+    }
+};
+
+QTEST_MAIN(ProgramTest)
+#include "ProgramTest.moc"
