@@ -187,6 +187,7 @@ int runScanCommand(int argc, char** argv) {
     if (g_signal)
         stop.request_stop();
     std::optional<ScanResult> result;
+    std::string failure; // what ended the scan early: out of memory, say
     // The scan thread signals the end at once; polling with a sleep would add up to
     // one poll interval to every scan's wall time.
     std::mutex doneMutex;
@@ -194,7 +195,11 @@ int runScanCommand(int argc, char** argv) {
     bool done = false;
     const auto start = std::chrono::steady_clock::now();
     std::jthread scanner([&] {
-        result = engine.scan(o.path, stop.get_token(), &progress);
+        try {
+            result = engine.scan(o.path, stop.get_token(), &progress);
+        } catch (const std::exception& e) {
+            failure = e.what();
+        }
         {
             std::lock_guard lock(doneMutex);
             done = true;
@@ -222,6 +227,10 @@ int runScanCommand(int argc, char** argv) {
     if (g_signal) {
         std::fputs("ringfold-scan: interrupted\n", stderr);
         return 128 + g_signal;
+    }
+    if (!failure.empty()) {
+        std::fprintf(stderr, "ringfold-scan: the scan failed: %s\n", failure.c_str());
+        return 1;
     }
     if (!result) {
         std::fputs("ringfold-scan: the scan ended without a result\n", stderr);

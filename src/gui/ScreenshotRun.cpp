@@ -31,7 +31,21 @@ void ScreenshotRun::captureWhenShown() {
     m_clock.start();
     m_scanMs = m_paintMs = 0;
     m_saving = true;
-    QTimer::singleShot(0, this, &ScreenshotRun::save);
+    // The gallery's cards show the drives' capacities, which are read off the main
+    // thread: picture them once they are in (or given up after the time limit).
+    SidebarViewModel& sidebar = m_window.model().app().sidebar();
+    if (!sidebar.capacitiesPending()) {
+        QTimer::singleShot(0, this, &ScreenshotRun::save);
+        return;
+    }
+    auto* poll = new QTimer(this);
+    connect(poll, &QTimer::timeout, this, [this, poll, &sidebar] {
+        if (sidebar.capacitiesPending())
+            return;
+        poll->stop();
+        QTimer::singleShot(0, this, &ScreenshotRun::save);
+    });
+    poll->start(10);
 }
 
 void ScreenshotRun::onRootChanged() {

@@ -112,12 +112,14 @@ void DriveGalleryView::rebuild() {
         const Uuid id = drive.id;
         connect(card, &VolumeCard::clicked, this, [select, id] { select(id); });
         m_cards->addWidget(card);
+        card->show(); // a layout shows new children only on the next turn of the loop
     }
     for (const ScanSource& favourite : m_model.favorites()) {
         auto* chip = new FavoriteChip(favourite, content);
         const Uuid id = favourite.id;
         connect(chip, &FavoriteChip::clicked, this, [select, id] { select(id); });
         m_chips->addWidget(chip);
+        chip->show();
     }
     m_noFavorites->setVisible(m_model.favorites().empty());
 }

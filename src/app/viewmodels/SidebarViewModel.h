@@ -82,6 +82,8 @@ public:
     /// and loses its restricted mark; another file system there is a new volume. The
     /// selection is left alone.
     void refreshVolumes();
+    /// True while capacity reads of the last refresh are out and within the time limit.
+    bool capacitiesPending() const { return !m_awaitedCapacities.empty(); }
     /// Adds a favourite unless one has the same (cleaned) path; the name defaults to
     /// the folder's last path component. Saves the favourites.
     void addFavorite(const std::string& path, std::optional<std::string> displayName = {});
