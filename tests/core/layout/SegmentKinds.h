@@ -1,10 +1,19 @@
 #pragma once
-// One word per laid-out segment (its name, or what aggregate it is) to compare orders.
+// What both layout engines' tests share: one word per laid-out segment (its name, or
+// what aggregate it is) to compare orders, and the matchers they compare values with.
+#include "core/layout/MapColor.h"
 #include "core/layout/MapSegment.h"
+#include "core/model/DisplayGrouping.h"
+#include "support/MemoryTree.h"
+
+#include <gmock/gmock.h>
 
 namespace ringfold::test {
 
 using Names = std::vector<std::string>;
+using Values = std::vector<double>;
+using ::testing::DoubleNear;
+using ::testing::Pointwise;
 
 inline Names kindsOf(const std::vector<MapSegment>& segs, int onlyDepth = 0) {
     Names out;

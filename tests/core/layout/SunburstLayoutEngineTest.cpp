@@ -1,22 +1,12 @@
 #include "core/layout/SunburstLayoutEngine.h"
 #include "SegmentKinds.h"
-#include "core/layout/MapColor.h"
-#include "core/model/DisplayGrouping.h"
-#include "support/MemoryTree.h"
-
-#include <gmock/gmock.h>
 
 #include <numbers>
 
 namespace ringfold {
 namespace {
 
-using test::kindsOf;
-using test::MemoryTree;
-using test::Names;
-using ::testing::DoubleNear;
-using ::testing::Pointwise;
-using Values = std::vector<double>;
+using namespace test;
 
 constexpr double kEps = 1e-9;
 constexpr std::int64_t GB = 1000LL * 1000 * 1000;

@@ -1,22 +1,12 @@
 #include "core/layout/TreemapLayoutEngine.h"
 #include "SegmentKinds.h"
-#include "core/layout/MapColor.h"
-#include "core/model/DisplayGrouping.h"
-#include "support/MemoryTree.h"
-
-#include <gmock/gmock.h>
 
 #include <algorithm>
 
 namespace ringfold {
 namespace {
 
-using test::kindsOf;
-using test::MemoryTree;
-using test::Names;
-using ::testing::DoubleNear;
-using ::testing::Pointwise;
-using Values = std::vector<double>;
+using namespace test;
 
 constexpr double kEps = 1e-6;
 constexpr double kHalfGap = 1.3505;
