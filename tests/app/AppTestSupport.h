@@ -2,15 +2,19 @@
 // Helpers shared by the Qt tests: a real scan of a fixture tree (tests/support/
 // FixtureTree builds them), and lookups of scanned nodes by relative path.
 
+#include "app/coordination/AppState.h"
 #include "core/model/FileNode.h"
 #include "core/model/ScanResult.h"
+#include "core/scan/ScanBackend.h"
 #include "core/scan/ScanEngine.h"
+#include "support/MemoryTree.h"
 
 #include <QByteArray>
 #include <QFile>
 #include <QString>
 
 #include <cstdio>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -27,6 +31,34 @@ inline std::FILE* quietDiagnostics() {
     return devNull;
 }
 
+/// Application state with its favourites in `favorites`, the mount table `mountInfo`
+/// and no volume watching.
+inline std::unique_ptr<AppState> makeAppState(QSettings* settings, const QString& favorites,
+                                              const std::string& mountInfo) {
+    return std::make_unique<AppState>(
+        AppState::Options{std::make_unique<FavoritesStore>(favorites),
+                          {.mountInfoPath = mountInfo, .systemPaths = {}, .watchVolumes = false},
+                          settings});
+}
+
+/// A back-end factory whose scans run `run` instead of reading the disk.
+using ScanFunction =
+    std::function<std::optional<ScanResult>(const std::string&, std::stop_token, ScanProgress*)>;
+inline auto fakeBackends(ScanFunction run) {
+    struct Fake : ScanBackend {
+        ScanFunction f;
+        std::optional<ScanResult> scan(const std::string& path, std::stop_token stop,
+                                       ScanProgress* progress) override {
+            return f(path, stop, progress);
+        }
+    };
+    return [run](const ScanSource&, std::FILE*) -> std::unique_ptr<ScanBackend> {
+        auto fake = std::make_unique<Fake>();
+        fake->f = run;
+        return fake;
+    };
+}
+
 /// A real scan of a folder with the bulk back-end.
 inline std::optional<ScanResult> scanFolder(const QString& path) {
     ScanEngine::Options options;
@@ -37,22 +69,8 @@ inline std::optional<ScanResult> scanFolder(const QString& path) {
 }
 
 /// The node at `relative` ("a/b/c") under `root`, or null.
-inline FileNode* find(FileNode* root, const QString& relative) {
-    FileNode* node = root;
-    for (const QString& part : relative.split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
-        FileNode* next = nullptr;
-        for (FileNode* child : node->children())
-            if (QString::fromUtf8(child->name().data(), qsizetype(child->name().size())) == part)
-                next = child;
-        if (!next)
-            return nullptr;
-        node = next;
-    }
-    return node;
-}
-
 inline NodePtr findShared(const NodePtr& root, const QString& relative) {
-    FileNode* n = find(root.get(), relative);
+    FileNode* n = test::at(root.get(), relative.toStdString());
     return n ? n->shared() : NodePtr();
 }
 

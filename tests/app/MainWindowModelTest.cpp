@@ -59,18 +59,13 @@ private slots:
     void init() {
         m_window.reset(); // before the state it was built on
         // Written afresh for every test: the trash test takes some away.
-        m_fx.writeFiles({{"home/.cache/thumbnails/t.png", 4096},
-                         {"home/Music/a.mp3", 300000},
-                         {"home/docs/notes.md", 20000},
-                         {"home/docs/b.pdf", 50000},
-                         {"home/big.bin", 100000},
-                         {"mountinfo", 0}});
+        m_fx.writeFiles({{"home/.cache/thumbnails/t.png", 4096}, {"home/Music/a.mp3", 300000}});
+        m_fx.writeFiles({{"home/docs/notes.md", 20000}, {"home/docs/b.pdf", 50000}});
+        m_fx.writeFiles({{"home/big.bin", 100000}, {"mountinfo", 0}});
         m_state = std::make_unique<QTemporaryDir>();
         m_settings = std::make_unique<QSettings>(m_state->filePath("s.conf"), QSettings::IniFormat);
-        m_app = std::make_unique<AppState>(AppState::Options{
-            std::make_unique<FavoritesStore>(m_state->filePath("favorites.json")),
-            {.mountInfoPath = m_fx.fullPath("mountinfo"), .systemPaths = {}, .watchVolumes = false},
-            m_settings.get()});
+        m_app = apptest::makeAppState(m_settings.get(), m_state->filePath("favorites.json"),
+                                      m_fx.fullPath("mountinfo"));
         m_app->sidebar().addFavorite(m_fx.fullPath("home"));
 
         MainWindowModel::Options window;

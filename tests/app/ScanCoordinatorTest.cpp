@@ -50,21 +50,6 @@ class ScanCoordinatorTest : public QObject {
     std::string rootURL() const {
         return m_chart->rootNode() ? m_chart->rootNode()->url() : std::string("<none>");
     }
-    // Scans run this function instead of reading the disk.
-    void useBackend(std::function<std::optional<ScanResult>(std::stop_token)> run) {
-        struct Fake : ScanBackend {
-            decltype(run) f;
-            std::optional<ScanResult> scan(const std::string&, std::stop_token stop,
-                                           ScanProgress*) override {
-                return f(stop);
-            }
-        };
-        m_coordinator->setBackendFactory([run](const ScanSource&, std::FILE*) {
-            auto fake = std::make_unique<Fake>();
-            fake->f = run;
-            return fake;
-        });
-    }
     QByteArray diagnostics() {
         std::fflush(m_diagnostics);
         return apptest::readAll(m_home->filePath("diagnostics"));
@@ -217,17 +202,19 @@ private slots:
     void failuresAreReportedCancelStopsAndDestructionJoins() {
         enum { fail, noResult, blockUntilStopped } mode = fail; // one scan thread at a time
         std::atomic<int> stopped{0};
-        useBackend([&](std::stop_token stop) -> std::optional<ScanResult> {
-            if (mode == fail)
-                throw std::runtime_error("disk on fire");
-            while (mode == blockUntilStopped && !stop.stop_requested())
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            if (mode == blockUntilStopped) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(50));
-                ++stopped;
-            }
-            return std::nullopt;
-        });
+        m_coordinator->setBackendFactory(
+            apptest::fakeBackends([&](const std::string&, std::stop_token stop,
+                                      ScanProgress*) -> std::optional<ScanResult> {
+                if (mode == fail)
+                    throw std::runtime_error("disk on fire");
+                while (mode == blockUntilStopped && !stop.stop_requested())
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                if (mode == blockUntilStopped) {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+                    ++stopped;
+                }
+                return std::nullopt;
+            }));
         select(a);
         QVERIFY(settle());
         mode = noResult;

@@ -5,6 +5,7 @@
 
 #include "core/model/Tree.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -60,5 +61,19 @@ private:
     FileNode* m_root = nullptr;
     std::unordered_map<FileNode*, FileNode*> m_tails;
 };
+
+/// Follows a "/"-separated chain of names from `root`; null when a step is missing.
+inline FileNode* at(const FileNode* root, std::string_view rel) {
+    auto* n = const_cast<FileNode*>(root);
+    for (std::string_view rest = rel; n && !rest.empty();) {
+        const auto name = rest.substr(0, rest.find('/'));
+        rest.remove_prefix(std::min(rest.size(), name.size() + 1));
+        FileNode* c = n->firstChild();
+        while (c && c->name() != name)
+            c = c->nextSibling();
+        n = c;
+    }
+    return n;
+}
 
 } // namespace ringfold::test

@@ -3,7 +3,7 @@
 // by step so that its counts can be seen to grow, from start to Cancel and to the map.
 
 #include "ui/MainWindow.h"
-#include "app/coordination/AppState.h"
+#include "app/AppTestSupport.h"
 #include "app/coordination/ScanCoordinator.h"
 #include "app/window/MainWindowModel.h"
 #include "core/scan/ScanEngine.h"
@@ -27,21 +27,19 @@ static std::atomic<int> g_allowedSteps{1000};
 
 // Scans "a", then "b" with the real engine into the shared progress, then returns the
 // real scan of the whole folder; each of the three steps waits for the test's leave.
-struct SteppedBackend : ScanBackend {
-    std::optional<ScanResult> scan(const std::string& path, std::stop_token stop,
-                                   ScanProgress* progress) override {
-        ScanEngine engine(ScanSourceKind::favoriteFolder, 2);
-        auto await = [&](int step) {
-            while (g_allowedSteps.load() <= step && !stop.stop_requested())
-                std::this_thread::sleep_for(std::chrono::milliseconds(5));
-            return !stop.stop_requested();
-        };
-        if (!await(0) || !engine.scan(path + "/a", stop, progress) || !await(1) ||
-            !engine.scan(path + "/b", stop, progress) || !await(2))
-            return std::nullopt;
-        return engine.scan(path, stop);
-    }
-};
+static std::optional<ScanResult> steppedScan(const std::string& path, std::stop_token stop,
+                                             ScanProgress* progress) {
+    ScanEngine engine(ScanSourceKind::favoriteFolder, 2);
+    auto await = [&](int step) {
+        while (g_allowedSteps.load() <= step && !stop.stop_requested())
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        return !stop.stop_requested();
+    };
+    if (!await(0) || !engine.scan(path + "/a", stop, progress) || !await(1) ||
+        !engine.scan(path + "/b", stop, progress) || !await(2))
+        return std::nullopt;
+    return engine.scan(path, stop);
+}
 
 class MainWindowTest : public QObject {
     Q_OBJECT
@@ -55,9 +53,7 @@ class MainWindowTest : public QObject {
     ChartViewModel& chart() { return m_app->chart(); }
     const Uuid& home() { return m_app->sidebar().favorites().back().id; }
     void focusChild(std::string_view name) {
-        for (FileNode* c : chart().focusedNode()->children())
-            if (c->name() == name)
-                chart().focus(c);
+        chart().focus(test::at(chart().focusedNode().get(), name));
     }
     QAction* action(const char* name) { return m_window->findChild<QAction*>(name); }
     bool scanHome() {
@@ -78,15 +74,13 @@ private slots:
         m_model.reset();
         m_settings = std::make_unique<QSettings>(QString::fromStdString(m_fx.fullPath("s.conf")),
                                                  QSettings::IniFormat);
-        m_app = std::make_unique<AppState>(AppState::Options{
-            std::make_unique<FavoritesStore>(QString::fromStdString(m_fx.fullPath("fav.json"))),
-            {.mountInfoPath = m_fx.fullPath("mountinfo"), .systemPaths = {}, .watchVolumes = false},
-            m_settings.get()});
+        m_app = apptest::makeAppState(m_settings.get(),
+                                      QString::fromStdString(m_fx.fullPath("fav.json")),
+                                      m_fx.fullPath("mountinfo"));
         m_app->sidebar().addFavorite(m_fx.fullPath("home"));
         m_model = std::make_unique<MainWindowModel>(*m_app);
         m_model->coordinator().setDiagnostics(nullptr);
-        m_model->coordinator().setBackendFactory(
-            [](const ScanSource&, std::FILE*) { return std::make_unique<SteppedBackend>(); });
+        m_model->coordinator().setBackendFactory(apptest::fakeBackends(steppedScan));
         g_allowedSteps = 1000;
         m_window = std::make_unique<MainWindow>(*m_model);
         m_window->show();
@@ -99,8 +93,7 @@ private slots:
         QCOMPARE(bar->crumbButtons().size(), 1);
         QVERIFY(!bar->backButton()->isEnabled() && !bar->forwardButton()->isEnabled());
 
-        focusChild("a");
-        focusChild("x");
+        focusChild("a"), focusChild("x");
         QCOMPARE(bar->crumbButtons().size(), 3);
         QCOMPARE(bar->crumbButtons().at(1)->text(), QStringLiteral("a"));
 
@@ -113,7 +106,7 @@ private slots:
         QVERIFY(!bar->backButton()->isEnabled() && bar->forwardButton()->isEnabled());
         QTest::mouseClick(m_window->chartView(), Qt::ForwardButton);
         QCOMPARE(chart().focusedNode()->name(), "a");
-        QTest::mouseClick(m_window->chartView(), Qt::MiddleButton);
+        QTest::mouseClick(m_window->chartView(), Qt::MiddleButton); // stays
         QCOMPARE(chart().focusedNode()->name(), "a");
 
         // A crumb focuses its folder. A deep path gives way to "…" after the root rather
@@ -140,8 +133,7 @@ private slots:
         QTest::keyClick(m_window.get(), Qt::Key_1, Qt::ControlModifier);
         QCOMPARE(chart().visualizationMode(), VisualizationMode::sunburst);
 
-        focusChild("b");
-        focusChild("c");
+        focusChild("b"), focusChild("c");
         QTest::keyClick(m_window.get(), Qt::Key_Up, Qt::ControlModifier);
         QCOMPARE(chart().focusedNode()->name(), "b");
         QTest::keyClick(m_window.get(), Qt::Key_Up, Qt::ControlModifier | Qt::ShiftModifier);
@@ -179,12 +171,11 @@ private slots:
 
         // Cancel returns to the gallery; the next selection scans to the end.
         QTest::mouseClick(overlay->cancelButton(), Qt::LeftButton);
-        QVERIFY(!overlay->isVisible() && !m_window->showsMap());
-        QVERIFY(!m_app->sidebar().selectedSourceID());
+        QVERIFY(!overlay->isVisible() && !m_window->showsMap() &&
+                !m_app->sidebar().selectedSourceID());
 
         g_allowedSteps = 1000;
-        QVERIFY(scanHome());
-        QVERIFY(!overlay->isVisible());
+        QVERIFY(scanHome() && !overlay->isVisible());
         QCOMPARE(m_window->breadcrumb()->crumbButtons().size(), 1);
         QCOMPARE(m_window->windowTitle(), QStringLiteral("home — Ringfold"));
     }

@@ -5,6 +5,7 @@
 #include "core/model/Tree.h"
 #include "core/scan/BulkScanEngine.h"
 #include "core/scan/FileManagerScanEngine.h"
+#include "support/MemoryTree.h"
 
 #include <gtest/gtest.h>
 
@@ -86,20 +87,6 @@ inline Scanned scanWith(Backend b, const std::string& path, const ScanSetup& set
     s.diagnostics = readAll(diag);
     std::fclose(diag);
     return s;
-}
-
-/// Follows a "/"-separated chain of names from `root`; null when a step is missing.
-inline FileNode* at(const FileNode* root, std::string_view rel) {
-    auto* n = const_cast<FileNode*>(root);
-    for (std::string_view rest = rel; n && !rest.empty();) {
-        const auto name = rest.substr(0, rest.find('/'));
-        rest.remove_prefix(std::min(rest.size(), name.size() + 1));
-        FileNode* c = n->firstChild();
-        while (c && c->name() != name)
-            c = c->nextSibling();
-        n = c;
-    }
-    return n;
 }
 
 inline void forEachNode(const FileNode* root, const std::function<void(const FileNode*)>& f) {
