@@ -39,11 +39,8 @@ class CleanupListStoreTest : public QObject {
 
 private slots:
     void initTestCase() {
-        m_fx.writeFiles({{"Data/a", 8192},
-                         {"Data/sub/b", 4096},
-                         {".hidden", 100},
-                         {"photo.nextcloud", 0},
-                         {"synced.bin", 12288}});
+        m_fx.writeFiles({{"Data/a", 8192}, {"Data/sub/b", 4096}, {".hidden", 100}});
+        m_fx.writeFiles({{"photo.nextcloud", 0}, {"synced.bin", 12288}});
     }
 
     void init() {

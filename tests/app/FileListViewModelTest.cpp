@@ -45,28 +45,18 @@ private slots:
             {&t, {{Key::size, false}}, false, {"dir", "a.txt", "undated.txt", "a.pdf", "b.txt"}},
             {&t, {{Key::name, true}}, false, {"a.pdf", "a.txt", "b.txt", "dir", "undated.txt"}},
             {&t, {{Key::name, true}}, true, {"dir", "a.pdf", "a.txt", "b.txt", "undated.txt"}},
-            {&t,
-             {{Key::kind, true}, {Key::name, true}},
-             false,
+            // clang-format off
+            {&t, {{Key::kind, true}, {Key::name, true}}, false,
              {"dir", "a.pdf", "a.txt", "b.txt", "undated.txt"}},
             // Undated rows count as the oldest.
             {&t, {{Key::modified, true}}, false, {"undated.txt", "dir", "a.pdf", "b.txt", "a.txt"}},
-            {&t,
-             {{Key::modified, false}},
-             false,
-             {"a.txt", "b.txt", "a.pdf", "dir", "undated.txt"}},
+            {&t, {{Key::modified, false}}, false, {"a.txt", "b.txt", "a.pdf", "dir", "undated.txt"}},
             // Equal under every descriptor: the folder's order stands.
             {&t, {{Key::kind, false}}, false, {"b.txt", "undated.txt", "a.txt", "a.pdf", "dir"}},
             // Case-insensitive, digit runs by value.
-            {&digits,
-             {{Key::name, true}},
-             false,
-             {"Apple", "banana", "file1", "File2", "file02b", "file10"}},
-            {&digits,
-             {{Key::name, false}},
-             false,
-             {"file10", "file02b", "File2", "file1", "banana", "Apple"}},
-        };
+            {&digits, {{Key::name, true}}, false,
+             {"Apple", "banana", "file1", "File2", "file02b", "file10"}}};
+        // clang-format on
         for (const auto& [tree, order, foldersOnTop, rows] : cases) {
             FileListViewModel vm;
             vm.update(tree->rootPtr(), 0.0, true, foldersOnTop);

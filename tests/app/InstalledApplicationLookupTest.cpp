@@ -37,17 +37,14 @@ private slots:
 
     void answersFromEveryFolderOfTheEnvironment() {
         const auto entry = Installation::desktopEntry, none = Installation::none;
+        const auto flatpak = Installation::flatpak;
+        // clang-format off
         const std::pair<const char*, Installation> cases[] = {
-            {"org.user.Editor", entry},
-            {"org.local.Tool", entry},
-            {"org.system.Viewer", entry},
-            {"org.user.Flat", Installation::flatpak},
-            {"org.sys.Flat", Installation::flatpak},
-            {"org.user.editor", none}, // case matters
-            {"org.folder.Only", none},
-            {"org.not.Listed", none},
-            {"..", none},
+            {"org.user.Editor", entry}, {"org.local.Tool", entry}, {"org.system.Viewer", entry},
+            {"org.user.Flat", flatpak}, {"org.sys.Flat", flatpak}, {"org.folder.Only", none},
+            {"org.user.editor", none}, /* case matters */ {"org.not.Listed", none}, {"..", none},
             {"../usr/applications/org.system.Viewer", none}};
+        // clang-format on
         for (const auto& [id, expected] : cases)
             QVERIFY2(InstalledApplicationLookup::installation(id) == expected, id);
     }

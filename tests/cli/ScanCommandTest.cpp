@@ -45,20 +45,13 @@ TEST(ScanCommand, BadInputExitsTwoWithOneLineOnStandardError) {
     FixtureTree fx;
     fx.writeFile("plain.txt", 10);
     const std::string root = fx.root();
-    const std::vector<std::vector<std::string>> cases = {{fx.fullPath("missing")},
-                                                         {fx.fullPath("plain.txt")},
-                                                         {"--bogus", root},
-                                                         {"-x", root},
-                                                         {"--top", "-1", root},
-                                                         {"--top=abc", root},
-                                                         {"--top=", root},
-                                                         {"--threads", "0", root},
-                                                         {"--threads=2000", root},
-                                                         {"--format=xml", root},
-                                                         {"--backend=fast", root},
-                                                         {root, root},
-                                                         {},
-                                                         {root, "--top"}};
+    // clang-format off
+    const std::vector<std::vector<std::string>> cases = {
+        {fx.fullPath("missing")}, {fx.fullPath("plain.txt")}, {"--bogus", root}, {"-x", root},
+        {"--top", "-1", root}, {"--top=abc", root}, {"--top=", root}, {"--threads", "0", root},
+        {"--threads=2000", root}, {"--format=xml", root}, {"--backend=fast", root},
+        {root, root}, {}, {root, "--top"}};
+    // clang-format on
     for (const auto& args : cases) {
         auto r = scanCommand(args);
         const std::string shown = args.empty() ? "(none)" : args.front() + " ...";

@@ -62,20 +62,17 @@ TEST(DesktopHome, ListsTheJunkAndNoneOfTheSettings) {
         line.erase(0, home.size() + 1);
     std::sort(listed.begin(), listed.end());
     const std::string gone = " orphanedAppSupport Orphaned";
+    // clang-format off
     EXPECT_EQ(listed, (std::vector<std::string>{
-                          ".cache/mozilla appCaches Medium",
-                          ".cache/org.gone.Player" + gone,
-                          ".cache/pip developerCaches Medium",
-                          ".cache/thumbnails thumbnails High",
-                          ".config/org.gone.Player" + gone,
-                          ".local/share/org.gone.Player" + gone,
-                          ".local/share/xorg/Xorg.0.log appLogs Medium",
-                          ".local/share/xorg/Xorg.0.log.old appLogs High",
-                          ".local/state/tool/tool.log appLogs Medium",
-                          ".local/state/tool/tool.log.1 appLogs High",
-                          ".var/app/org.example.Editor" + gone, // only Flatpak uses ~/.var/app
-                          ".xsession-errors.old appLogs High",
-                      }));
+        ".cache/mozilla appCaches Medium", ".cache/org.gone.Player" + gone,
+        ".cache/pip developerCaches Medium", ".cache/thumbnails thumbnails High",
+        ".config/org.gone.Player" + gone, ".local/share/org.gone.Player" + gone,
+        ".local/share/xorg/Xorg.0.log appLogs Medium",
+        ".local/share/xorg/Xorg.0.log.old appLogs High",
+        ".local/state/tool/tool.log appLogs Medium", ".local/state/tool/tool.log.1 appLogs High",
+        ".var/app/org.example.Editor" + gone, // only Flatpak uses ~/.var/app
+        ".xsession-errors.old appLogs High"}));
+    // clang-format on
 }
 
 } // namespace

@@ -34,15 +34,12 @@ const std::string kLongFile = [] {
 const FixtureTree& mixedTree() {
     static FixtureTree fx;
     static const bool built = [] {
-        fx.writeFiles({{"docs/report.pdf", 123456},
-                       {"docs/deeper/a/b/c.bin", 70000},
-                       {".hidden/config", 300},
-                       {"empty-file", 0},
-                       {"._meta", 5000},
-                       {"only/._a", 4096},
-                       {"x._y", 10},
-                       {"odd name\n\xff", 999},
+        // clang-format off
+        fx.writeFiles({{"docs/report.pdf", 123456}, {"docs/deeper/a/b/c.bin", 70000},
+                       {".hidden/config", 300}, {"empty-file", 0}, {"._meta", 5000},
+                       {"only/._a", 4096}, {"x._y", 10}, {"odd name\n\xff", 999},
                        {"wide/sub/inner", 5}});
+        // clang-format on
         fx.writeFile(kLongFile, 7000);
         fx.makeFolder("empty-folder");
         fx.sparseFile("vm/disk.img", 32LL << 20, 8192);

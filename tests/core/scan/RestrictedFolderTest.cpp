@@ -19,13 +19,11 @@ class RestrictedFolders : public ::testing::TestWithParam<Backend> {};
 TEST_P(RestrictedFolders, UnreadableAndUnsearchableFoldersAreRestrictedAndEmpty) {
     FixtureTree fx;
     fx.chmod("", 0755);
-    fx.writeFiles({{"outer/locked/a", 5000},
-                   {"outer/locked/b/c", 5000},
-                   {"outer/listable/x", 5000},
-                   {"outer/listable/sub/y", 5000},
-                   {"outer/visible/x", 3000},
-                   {"outer/file", 2000},
-                   {"target/inside", 10}});
+    // clang-format off
+    fx.writeFiles({{"outer/locked/a", 5000}, {"outer/locked/b/c", 5000}, {"outer/file", 2000},
+                   {"outer/listable/x", 5000}, {"outer/listable/sub/y", 5000},
+                   {"outer/visible/x", 3000}, {"target/inside", 10}});
+    // clang-format on
     fx.chmod("outer/locked", 0);      // neither listed nor entered
     fx.chmod("outer/listable", 0444); // listed, but not entered: no entry can be read
     fx.chmod("target", 0444);
