@@ -1,17 +1,19 @@
 #pragma once
-// Helpers shared by the Qt tests: a real scan of a fixture tree (tests/support/
-// FixtureTree builds them), and lookups of scanned nodes by relative path.
+// Helpers shared by the Qt tests (with the fixture builders): app state, fake scan
+// back-ends, real scans of fixture trees, and scanned nodes by path or by name.
 
 #include "app/coordination/AppState.h"
 #include "core/model/FileNode.h"
 #include "core/model/ScanResult.h"
 #include "core/scan/ScanBackend.h"
 #include "core/scan/ScanEngine.h"
+#include "support/FixtureTree.h"
 #include "support/MemoryTree.h"
 
 #include <QByteArray>
 #include <QFile>
 #include <QString>
+#include <QStringList>
 
 #include <cstdio>
 #include <functional>
@@ -66,6 +68,14 @@ inline std::optional<ScanResult> scanFolder(const QString& path) {
     options.diagnostics = quietDiagnostics();
     ScanEngine engine(ScanSourceKind::favoriteFolder, 2, options);
     return engine.scan(path.toStdString());
+}
+
+/// The nodes' names, in order.
+inline QStringList names(const std::vector<NodePtr>& nodes) {
+    QStringList out;
+    for (const NodePtr& n : nodes)
+        out << QString::fromStdString(std::string(n->name()));
+    return out;
 }
 
 /// The node at `relative` ("a/b/c") under `root`, or null.

@@ -6,7 +6,6 @@
 #include "core/model/Tree.h"
 
 #include "AppTestSupport.h"
-#include "support/FixtureTree.h"
 
 #include <QSettings>
 #include <QSignalSpy>
@@ -30,12 +29,7 @@ class CleanupListStoreTest : public QObject {
     NodePtr node(const char* relative, const NodePtr& root = {}) {
         return apptest::findShared(root ? root : m_root, QString::fromLatin1(relative));
     }
-    QStringList names() const {
-        QStringList out;
-        for (const NodePtr& n : m_store->items())
-            out << QString::fromStdString(std::string(n->name()));
-        return out;
-    }
+    QStringList names() const { return apptest::names(m_store->items()); }
 
 private slots:
     void initTestCase() {

@@ -6,7 +6,6 @@
 #include "app/viewmodels/SidebarViewModel.h"
 
 #include "AppTestSupport.h"
-#include "support/FixtureTree.h"
 
 #include <QTest>
 

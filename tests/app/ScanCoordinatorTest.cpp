@@ -9,7 +9,6 @@
 #include "app/viewmodels/SidebarViewModel.h"
 
 #include "AppTestSupport.h"
-#include "support/FixtureTree.h"
 
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -124,8 +123,7 @@ private slots:
         select(b);
         QVERIFY(endsOnlyOnceCached(b));
         QVERIFY(!diagnostics().contains("[ScanCoordinator]"));
-        QVERIFY(!m_coordinator->scanCache().count(big));
-        QVERIFY(!m_sidebar->source(big)->lastScanDate);
+        QVERIFY(!m_coordinator->scanCache().count(big) && !m_sidebar->source(big)->lastScanDate);
         QCOMPARE(rootURL(), m_fx.fullPath("B"));
 
         // A scan that ends after the selection moved on unseen (it finished just

@@ -7,7 +7,6 @@
 #include "app/viewmodels/ChartViewModel.h"
 
 #include "AppTestSupport.h"
-#include "support/FixtureTree.h"
 
 #include <QSignalSpy>
 #include <QTest>

@@ -4,7 +4,6 @@
 #include "app/viewmodels/SystemJunkViewModel.h"
 #include "app/stores/CleanupListStore.h"
 #include "core/junk/JunkFixture.h"
-#include "support/FixtureTree.h"
 
 #include <QPromise>
 #include <QTest>
@@ -95,14 +94,13 @@ private slots:
         QVERIFY(h.vm.groups().empty());
         h.answer(1);
         QTRY_COMPARE(shown(h.vm), Names{"appLogs .xsession-errors.old"});
-        QCOMPARE(h.vm.highConfidenceTotal(), std::int64_t(10));
-        QVERIFY(h.list.isEmpty()); // hidden
+        QVERIFY(h.vm.highConfidenceTotal() == 10 && h.list.isEmpty()); // hidden: not pre-selected
 
         // A root of none cancels the run, clears everything and forgets the last run.
         h.classify(7);
         h.vm.classify(nullptr, h.list, 30, 7);
-        QVERIFY(h.runs[2]->future().isCanceled() && !h.vm.isClassifying());
-        QVERIFY(h.vm.groups().empty() && h.vm.highConfidenceTotal() == 0);
+        QVERIFY(h.runs[2]->future().isCanceled() && !h.vm.isClassifying() &&
+                h.vm.groups().empty() && h.vm.highConfidenceTotal() == 0);
         h.classify(14, &other);
         QCOMPARE(h.runs.size(), std::size_t(4));
 
@@ -120,12 +118,9 @@ private slots:
     void platformLookupsOfTheEnvironment() {
         FixtureTree files;
         files.writeFile("data/applications/org.here.Editor.desktop", 10);
-        const auto set = [&](const char* v, const std::string& rel) {
+        for (auto [v, rel] :
+             {std::pair{"HOME", "home"}, {"XDG_DATA_HOME", "data"}, {"XDG_CACHE_HOME", "cache/"}})
             qputenv(v, QByteArray::fromStdString(files.fullPath(rel)));
-        };
-        set("HOME", "home");
-        set("XDG_DATA_HOME", "data");
-        set("XDG_CACHE_HOME", "cache/");
         qputenv("XDG_STATE_HOME", "cache");
         qunsetenv("XDG_CONFIG_HOME");
         JunkTree t(files.root());

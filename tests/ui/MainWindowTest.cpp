@@ -7,7 +7,6 @@
 #include "app/coordination/ScanCoordinator.h"
 #include "app/window/MainWindowModel.h"
 #include "core/scan/ScanEngine.h"
-#include "support/FixtureTree.h"
 #include "ui/BreadcrumbView.h"
 #include "ui/ChartView.h"
 #include "ui/ScanOverlay.h"
@@ -90,8 +89,8 @@ private slots:
     void breadcrumbsAndHistory() {
         QVERIFY(scanHome());
         BreadcrumbView* bar = m_window->breadcrumb();
-        QCOMPARE(bar->crumbButtons().size(), 1);
-        QVERIFY(!bar->backButton()->isEnabled() && !bar->forwardButton()->isEnabled());
+        QVERIFY(bar->crumbButtons().size() == 1 && !bar->backButton()->isEnabled() &&
+                !bar->forwardButton()->isEnabled());
 
         focusChild("a"), focusChild("x");
         QCOMPARE(bar->crumbButtons().size(), 3);
@@ -166,8 +165,7 @@ private slots:
         const std::int64_t afterA = overlay->shownItems(), bytesA = overlay->shownBytes();
         QVERIFY(bytesA >= 49000);
         g_allowedSteps = 2;
-        QTRY_VERIFY(overlay->shownItems() > afterA);
-        QVERIFY(overlay->shownBytes() > bytesA);
+        QTRY_VERIFY(overlay->shownItems() > afterA && overlay->shownBytes() > bytesA);
 
         // Cancel returns to the gallery; the next selection scans to the end.
         QTest::mouseClick(overlay->cancelButton(), Qt::LeftButton);

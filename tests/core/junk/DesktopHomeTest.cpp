@@ -3,9 +3,6 @@
 // exactly the junk is listed, and none of the settings beside it.
 #include "JunkFixture.h"
 #include "core/scan/ScanEngine.h"
-#include "support/FixtureTree.h"
-
-#include <gtest/gtest.h>
 
 #include <ctime>
 #include <fcntl.h>

@@ -1,8 +1,12 @@
 #pragma once
 // Shared by the junk tests: in-memory trees rooted at an absolute path, a classifier
-// for a fixed home and clock, and one line per found item so whole lists compare.
+// for a fixed home and clock, and one line per found item so whole lists compare; with
+// the fixture builders and gtest.
 #include "core/junk/JunkClassifier.h"
+#include "support/FixtureTree.h"
 #include "support/MemoryTree.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>

@@ -1,8 +1,6 @@
 // The rules for a home folder that holds a Library folder, and the log-name rule.
 #include "JunkFixture.h"
 
-#include <gtest/gtest.h>
-
 namespace ringfold::test {
 namespace {
 

@@ -2,8 +2,6 @@
 // cache ages. Leftovers are checked on a real home folder (DesktopHomeTest).
 #include "JunkFixture.h"
 
-#include <gtest/gtest.h>
-
 namespace ringfold::test {
 namespace {
 

@@ -3,9 +3,6 @@
 #include "core/scan/ScanEngine.h"
 
 #include "ScanTestSupport.h"
-#include "support/FixtureTree.h"
-
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <climits>
@@ -17,11 +14,7 @@
 namespace ringfold {
 namespace {
 
-using test::at;
-using test::Backend;
-using test::FixtureTree;
-using test::ScanSetup;
-using test::scanWith;
+using namespace test;
 
 const std::string kLongFile = [] {
     std::string rel = "long";

@@ -4,9 +4,6 @@
 #include "core/scan/BulkScanEngine.h"
 
 #include "ScanTestSupport.h"
-#include "support/FixtureTree.h"
-
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <thread>
@@ -14,10 +11,7 @@
 namespace ringfold {
 namespace {
 
-using test::at;
-using test::Backend;
-using test::FixtureTree;
-using test::scanWith;
+using namespace test;
 
 TEST(BulkScan, SharedDataCountsOnceAndEveryHolderSharesStorage) {
     FixtureTree fx;

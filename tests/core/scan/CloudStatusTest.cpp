@@ -1,15 +1,11 @@
 #include "core/scan/CloudStatusDetector.h"
 
 #include "ScanTestSupport.h"
-#include "support/FixtureTree.h"
-
-#include <gtest/gtest.h>
 
 namespace ringfold {
 namespace {
 
-using test::at;
-using test::FixtureTree;
+using namespace test;
 
 TEST(CloudStatusRules, StatusFollowsTheDatalessBitThenThePathPrefix) {
     const auto roots = CloudStatusDetector::cloudRoots("/home/ann");

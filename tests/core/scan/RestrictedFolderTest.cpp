@@ -2,17 +2,12 @@
 // everything, so as root (CI) the scans run in a child that has become "nobody".
 
 #include "ScanTestSupport.h"
-#include "support/FixtureTree.h"
 #include "support/Privileges.h"
-
-#include <gtest/gtest.h>
 
 namespace ringfold {
 namespace {
 
-using test::at;
-using test::Backend;
-using test::FixtureTree;
+using namespace test;
 
 class RestrictedFolders : public ::testing::TestWithParam<Backend> {};
 

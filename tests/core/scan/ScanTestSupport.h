@@ -1,10 +1,12 @@
 #pragma once
-// Shared helpers of the scanner tests: either back-end run one way, lookups by name,
-// iterative whole-tree walks, the size invariant, scans without root's powers.
+// Shared helpers of the scanner tests (with the fixture builders and gtest): either back-end run
+// one way, lookups by name, iterative whole-tree walks, the size invariant, scans without root's
+// powers.
 
 #include "core/model/Tree.h"
 #include "core/scan/BulkScanEngine.h"
 #include "core/scan/FileManagerScanEngine.h"
+#include "support/FixtureTree.h"
 #include "support/MemoryTree.h"
 
 #include <gtest/gtest.h>
