@@ -2,7 +2,6 @@
 
 #include "app/viewmodels/ChartViewModel.h"
 #include "core/model/TreeMutator.h"
-
 #include "support/MemoryTree.h"
 
 #include <QTest>
@@ -61,16 +60,14 @@ private slots:
         };
         QStringList fired;
         std::vector<decltype(snapshot())> seen;
-        for (const auto& [name, signal] :
-             std::vector<std::pair<QString, void (ChartViewModel::*)()>>{
-                 {"root", &ChartViewModel::rootNodeChanged},
-                 {"focus", &ChartViewModel::focusedNodeChanged},
-                 {"accounting", &ChartViewModel::spaceAccountingChanged},
-                 {"volume", &ChartViewModel::isVolumeRootedSourceChanged},
-                 {"free", &ChartViewModel::showFreeSpaceChanged},
-                 {"selection", &ChartViewModel::mapSelectionIDChanged},
-                 {"history", &ChartViewModel::historyChanged},
-                 {"index", &ChartViewModel::historyIndexChanged}})
+        using VM = ChartViewModel;
+        // clang-format off
+        for (const auto& [name, signal] : std::vector<std::pair<QString, void (VM::*)()>>{
+                 {"root", &VM::rootNodeChanged}, {"focus", &VM::focusedNodeChanged},
+                 {"accounting", &VM::spaceAccountingChanged}, {"free", &VM::showFreeSpaceChanged},
+                 {"volume", &VM::isVolumeRootedSourceChanged}, {"history", &VM::historyChanged},
+                 {"selection", &VM::mapSelectionIDChanged}, {"index", &VM::historyIndexChanged}})
+            // clang-format on
             connect(&vm, signal, this, [&, name] {
                 fired << name;
                 seen.push_back(snapshot());
@@ -127,9 +124,8 @@ private slots:
             QVERIFY(vm.history().empty() ? !vm.focusedNode()
                                          : vm.focusedNode() == vm.history()[vm.historyIndex()]);
         }
-        QVERIFY(vm.visualizationMode() == VisualizationMode::treemap);
-        QCOMPARE(vm.highlightedNodeID(), std::optional<NodeID>(m_d->id()));
-        QCOMPARE(vm.treeRevision(), 7);
+        QVERIFY(vm.visualizationMode() == VisualizationMode::treemap && vm.treeRevision() == 7 &&
+                vm.highlightedNodeID() == m_d->id());
 
         QVERIFY(vm.breadcrumbs().empty());
         vm.setRoot(m_root, std::nullopt, false);
