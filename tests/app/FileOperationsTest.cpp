@@ -3,10 +3,12 @@
 // while the process has one thread: root only (see SKIP_OR_FAIL_QTEST).
 #include "app/operations/FileOperations.h"
 #include "app/operations/FileTransfer.h"
+#include "app/operations/Trash.h"
 #include "app/stores/CleanupListStore.h"
 #include "app/viewmodels/ChartViewModel.h"
 #include "core/junk/JunkClassifier.h"
 #include "core/scan/ScanEngine.h"
+#include "support/ChildProcess.h"
 #include "support/FixtureTree.h"
 #include "support/Privileges.h"
 
@@ -16,10 +18,14 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <grp.h>
+#include <map>
 #include <sched.h>
 #include <sstream>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 
@@ -74,14 +80,36 @@ struct Scanned {
     }
     std::string path(const std::string& rel) const { return files.fullPath(rel); }
     QString qpath(const std::string& rel) const { return QString::fromStdString(path(rel)); }
-    // Into the home trash "data/Trash" of this fixture.
+    // Into the home trash "data/share/Trash" of this fixture, made on first use.
     FileOperations::Outcome trash(const std::vector<NodePtr>& items) {
-        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(path("data")));
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(path("data/share")));
         auto outcome = ops.moveToTrash(items);
         qunsetenv("XDG_DATA_HOME");
         return outcome;
     }
 };
+
+// What the .trashinfo files of `trash` record: the percent-decoded Path of each complete
+// one, mapped to the item's name in files/ ("(missing)" when nothing is there).
+std::map<std::string, std::string> trashRecords(const std::string& trash) {
+    std::map<std::string, std::string> out;
+    for (const auto& entry : fs::directory_iterator(trash + "/info")) {
+        const std::string info = readAll(entry.path()), key = "[Trash Info]\nPath=";
+        std::string path = "(incomplete)";
+        if (info.starts_with(key) && info.find("\nDeletionDate=") != std::string::npos) {
+            path.clear();
+            for (auto i = key.size(); info[i] != '\n'; ++i) {
+                path +=
+                    info[i] == '%' ? char(std::stoi(info.substr(i + 1, 2), nullptr, 16)) : info[i];
+                i += info[i] == '%' ? 2 : 0;
+            }
+        }
+        const std::string name = trash + "/files/" + entry.path().stem().string();
+        out[path] =
+            fs::is_symlink(name) || fs::exists(name) ? entry.path().stem().string() : "(missing)";
+    }
+    return out;
+}
 
 } // namespace
 
@@ -116,9 +144,9 @@ private slots:
                  QStringLiteral("vanished.bin: No such file or directory"));
         QCOMPARE(outcome.succeeded, 2); // deep went with its folder
         QCOMPARE(refreshed.count(), 1);
-        QCOMPARE(readAll(s.path("data/Trash/files/" + name)), std::string(20000, 'r'));
-        QVERIFY(fs::exists(s.path("data/Trash/files/inner/deep/file.txt")));
-        const std::string info = readAll(s.path("data/Trash/info/" + name + ".trashinfo"));
+        QCOMPARE(readAll(s.path("data/share/Trash/files/" + name)), std::string(20000, 'r'));
+        QVERIFY(fs::exists(s.path("data/share/Trash/files/inner/deep/file.txt")));
+        const std::string info = readAll(s.path("data/share/Trash/info/" + name + ".trashinfo"));
         // Escaped like a URL, so that a restore brings back the exact name.
         QVERIFY2(info.starts_with("[Trash Info]\nPath=" + s.files.root() +
                                   "/docs/report%20100%25%20%C3%BC.txt\nDeletionDate="),
@@ -132,6 +160,106 @@ private slots:
         QCOMPARE(s.cleanup.items(), std::vector<NodePtr>{s.node("vanished.bin")}); // it stays
         QCOMPARE(s.chart.focusedNode(), s.node("outer"));
         QCOMPARE(s.chart.history().size(), historyBefore); // a fix-up, not a navigation
+    }
+
+    // Names no text conversion survives: each item is recorded byte for byte before it
+    // moves, and the look-alike valid-UTF-8 neighbour of an invalid name stays put.
+    void trashRecordsEveryNameExactly() {
+        Scanned s;
+        const std::string invalid = "odd/a\xff.txt", lookalike = "odd/a\xEF\xBF\xBD.txt",
+                          newline = "odd/a\nb", longName = "odd/" + std::string(250, 'n');
+        s.files.writeFile(invalid, 5, 'f');
+        s.files.writeFile(lookalike, 7, 'r');
+        s.files.writeFile(newline, 3, 'n');
+        s.files.writeFile(longName, 1);
+        s.files.symlink("/nonexistent/target", "odd/dangling");
+        s.scan();
+        const auto outcome =
+            s.trash({s.node(invalid), s.node(newline), s.node(longName), s.node("odd/dangling")});
+        QVERIFY(outcome.errors.empty());
+        QCOMPARE(readAll(s.path(lookalike)), std::string(7, 'r'));
+        QVERIFY(s.node(lookalike) && !s.node(invalid) && !fs::exists(s.path(invalid)));
+        struct stat st {};
+        for (const char* rel : {"data", "data/share", "data/share/Trash/info"})
+            QVERIFY(::stat(s.path(rel).c_str(), &st) == 0 && (st.st_mode & 07777) == 0700);
+        const auto records = trashRecords(s.path("data/share/Trash"));
+        QCOMPARE(records.size(), std::size_t(4));
+        for (const auto& rel : {invalid, newline, longName, std::string("odd/dangling")})
+            QVERIFY2(records.count(s.path(rel)) && records.at(s.path(rel)) != "(missing)",
+                     rel.c_str());
+
+        if (test::runCommand({"sh", "-c", "command -v trash-restore"}).exitCode != 0)
+            QSKIP("trash-restore (trash-cli) is not installed");
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(s.path("data/share")));
+        const auto restore =
+            test::runCommand({"sh", "-c", "echo 0 | trash-restore \"$1\"", "sh", s.path(newline)});
+        qunsetenv("XDG_DATA_HOME");
+        QCOMPARE(readAll(s.path(newline)), std::string(3, 'n'));
+        QVERIFY2(restore.exitCode == 0, restore.err.c_str());
+    }
+
+    // The trash on another file system: only folders that are this user's alone, and
+    // a failed record leaves the item where it was with nothing half-written.
+    void trashRefusesUnsafeFoldersAndFailsWithoutLosingTheItem() {
+        ScratchMount mnt("1m");
+        if (mnt.path.empty())
+            SKIP_OR_FAIL_QTEST("needs root to mount a tmpfs in a private mount namespace");
+        test::FixtureTree home;
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(home.fullPath("share")));
+        const std::string item = mnt.path + "/item", mine = mnt.path + "/.Trash-0";
+        const auto trashItem = [&] {
+            std::ofstream(item) << "keep";
+            return Trash::moveToTrash(item).value_or(QString());
+        };
+        const std::vector<std::function<void()>> unsafe = {
+            [&] { QCOMPARE(::mkdir(mine.c_str(), 0777) + ::chmod(mine.c_str(), 0777), 0); },
+            [&] { QCOMPARE(::mkdir(mine.c_str(), 0700) + ::chown(mine.c_str(), 65534, 0), 0); },
+            [&] { QCOMPARE(::symlink(home.root().c_str(), mine.c_str()), 0); },
+        };
+        // Not sticky, so not a shared trash: .Trash-0 is the only candidate.
+        QCOMPARE(::mkdir((mnt.path + "/.Trash").c_str(), 0777), 0);
+        for (const auto& makeUnsafe : unsafe) {
+            makeUnsafe();
+            QVERIFY(trashItem().startsWith(QStringLiteral("This disk has no trash folder")));
+            QCOMPARE(readAll(item), std::string("keep"));
+            QCOMPARE(::unlink(mine.c_str()) == 0 || ::rmdir(mine.c_str()) == 0, true);
+        }
+        QCOMPARE(trashItem(), QString());
+        QCOMPARE(trashRecords(mine), (std::map<std::string, std::string>{{"item", "item"}}));
+        QCOMPARE(::chmod((mnt.path + "/.Trash").c_str(), 01777), 0);
+        QCOMPARE(trashItem(), QString());
+        QCOMPARE(trashRecords(mnt.path + "/.Trash/0").size(), std::size_t(1));
+
+        std::ofstream(item) << "full";
+        std::ofstream(mnt.path + "/fill") << std::string(2 << 20, 'x'); // stops when full
+        QVERIFY(Trash::moveToTrash(item).value_or(QString()).endsWith(
+            QStringLiteral("No space left on device")));
+        QCOMPARE(readAll(item), std::string("full"));
+        QCOMPARE(trashRecords(mnt.path + "/.Trash/0").size(), std::size_t(1));
+        fs::remove(mnt.path + "/fill");
+
+        // An ordinary user whose own info folder is read-only.
+        home.writeText("share/Trash/files/.keep", "");
+        home.makeFolder("share/Trash/info");
+        home.writeText("mine.txt", "mine");
+        QCOMPARE(::lchown(home.root().c_str(), 65534, 65534), 0);
+        for (const auto& entry : fs::recursive_directory_iterator(home.root()))
+            QCOMPARE(::lchown(entry.path().c_str(), 65534, 65534), 0);
+        home.chmod("share/Trash/info", 0500);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const bool dropped =
+                ::setgroups(0, nullptr) == 0 && ::setgid(65534) == 0 && ::setuid(65534) == 0;
+            const auto failure = Trash::moveToTrash(home.fullPath("mine.txt"));
+            ::_exit(dropped && failure && failure->endsWith(QStringLiteral("Permission denied"))
+                        ? 0
+                        : 1);
+        }
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        qunsetenv("XDG_DATA_HOME");
+        QCOMPARE(status, 0);
+        QCOMPARE(readAll(home.fullPath("mine.txt")), std::string("mine"));
     }
 
     void moveAndCopyPatchTheTreeOrNotButNeverOverwriteNorGoIntoThemselves() {

@@ -93,11 +93,7 @@ FileOperations::Outcome FileOperations::removeEach(const std::vector<NodePtr>& n
 
 FileOperations::Outcome FileOperations::moveToTrash(std::vector<NodePtr> nodes) {
     return removeEach(
-        nodes,
-        [](const FileNode& node) {
-            return Trash::moveToTrash(QFile::decodeName(QByteArray::fromStdString(node.url())));
-        },
-        true);
+        nodes, [](const FileNode& node) { return Trash::moveToTrash(node.url()); }, true);
 }
 
 FileOperations::Outcome FileOperations::moveTo(std::vector<NodePtr> nodes, const QString& folder) {
