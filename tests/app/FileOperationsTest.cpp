@@ -79,7 +79,6 @@ struct Scanned {
         return n ? n->shared() : nullptr;
     }
     std::string path(const std::string& rel) const { return files.fullPath(rel); }
-    QString qpath(const std::string& rel) const { return QString::fromStdString(path(rel)); }
     // Into the home trash "data/share/Trash" of this fixture, made on first use.
     FileOperations::Outcome trash(const std::vector<NodePtr>& items) {
         qputenv("XDG_DATA_HOME", QByteArray::fromStdString(path("data/share")));
@@ -275,11 +274,11 @@ private slots:
         const auto rootLogical = s.result.root->logicalSize();
         const auto revision = s.chart.treeRevision();
         // A copy changes no state (modes, times and links: see the move across file systems).
-        QVERIFY(s.ops.copyTo({other}, s.qpath("dest/samedir")).errors.empty());
+        QVERIFY(s.ops.copyTo({other}, s.path("dest/samedir")).errors.empty());
         QCOMPARE(readAll(s.path("dest/samedir/other.txt")), std::string(10, 'o'));
         QVERIFY(s.chart.treeRevision() == revision && s.cleanup.count() == 1);
         const auto outcome =
-            s.ops.moveTo({s.node("src/same.txt"), s.node("src/samedir"), other}, s.qpath("dest"));
+            s.ops.moveTo({s.node("src/same.txt"), s.node("src/samedir"), other}, s.path("dest"));
         QCOMPARE(outcome.reclaimedBytes, std::int64_t(0)); // a move frees nothing on this disk
         QCOMPARE(s.result.root->logicalSize(), rootLogical - 10);
         QVERIFY(s.cleanup.isEmpty());
@@ -316,8 +315,7 @@ private slots:
         s.files.writeFile("huge/z.bin", 6 * 1024 * 1024, 'z');
         s.scan();
 
-        auto outcome =
-            s.ops.moveTo({s.node("tree"), s.node("huge")}, QString::fromStdString(mnt.path));
+        auto outcome = s.ops.moveTo({s.node("tree"), s.node("huge")}, mnt.path);
         QCOMPARE(outcome.errors.size(), std::size_t(1));
         QCOMPARE(outcome.errors[0].alertLine(), QStringLiteral("huge: No space left on device"));
         const std::string moved = mnt.path + "/tree";
