@@ -315,6 +315,15 @@ private slots:
         s.files.writeFile("huge/z.bin", 6 * 1024 * 1024, 'z');
         s.scan();
 
+        // The same folder under another path (a bind mount) is still the folder itself.
+        const std::string alias = mnt.path + "/alias";
+        QVERIFY(::mkdir(alias.c_str(), 0700) == 0 &&
+                ::mount(s.path("tree").c_str(), alias.c_str(), nullptr, MS_BIND, nullptr) == 0);
+        for (auto op : {&FileTransfer::move, &FileTransfer::copy})
+            QCOMPARE(op(s.path("tree"), alias + "/sub/tree"), EINVAL);
+        QVERIFY(::umount2(alias.c_str(), MNT_DETACH) == 0 && ::rmdir(alias.c_str()) == 0);
+        QVERIFY(!fs::exists(s.path("tree/sub/tree")));
+
         auto outcome = s.ops.moveTo({s.node("tree"), s.node("huge")}, mnt.path);
         QCOMPARE(outcome.errors.size(), std::size_t(1));
         QCOMPARE(outcome.errors[0].alertLine(), QStringLiteral("huge: No space left on device"));
