@@ -3,6 +3,7 @@
 // while the process has one thread: root only (see SKIP_OR_FAIL_QTEST).
 #include "app/operations/FileOperations.h"
 #include "app/operations/FileTransfer.h"
+#include "app/operations/FileTreeOps.h"
 #include "app/operations/Trash.h"
 #include "app/stores/CleanupListStore.h"
 #include "app/viewmodels/ChartViewModel.h"
@@ -16,6 +17,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -24,6 +26,7 @@
 #include <sched.h>
 #include <sstream>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -347,6 +350,35 @@ private slots:
         QVERIFY(s.node("huge") != nullptr);
         QCOMPARE(FileTransfer::copy(s.path("huge"), mnt.path + "/copy"), ENOSPC);
         QVERIFY(!fs::exists(mnt.path + "/copy"));
+    }
+
+    // Depth costs no descriptors: 2,000 nested folders under a limit of 256.
+    void deepFoldersCopyAndMoveAcrossFileSystemsWithFewDescriptors() {
+        ScratchMount mnt("64m");
+        if (mnt.path.empty())
+            SKIP_OR_FAIL_QTEST("needs root to mount a tmpfs in a private mount namespace");
+        test::FixtureTree files;
+        files.writeText(files.deepChain("top", 2000) + "/leaf.txt", "bottom");
+        rlimit old{};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &old), 0);
+        rlimit low = old;
+        low.rlim_cur = 256;
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &low), 0);
+        const int copied = FileTransfer::copy(files.fullPath("top"), mnt.path + "/copy");
+        const int moved = FileTransfer::move(files.fullPath("top"), mnt.path + "/moved");
+        ::setrlimit(RLIMIT_NOFILE, &old);
+        QCOMPARE(copied, 0);
+        QCOMPARE(moved, 0);
+        QVERIFY(!fs::exists(files.fullPath("top")));
+        for (const char* name : {"/copy", "/moved"}) {
+            FileTreeOps::Fd dir(::open((mnt.path + name).c_str(), O_DIRECTORY | O_CLOEXEC));
+            for (int level = 0; level < 2000 && dir; ++level)
+                dir.reset(::openat(dir.get(), "d", O_DIRECTORY | O_CLOEXEC));
+            FileTreeOps::Fd leaf(dir ? ::openat(dir.get(), "leaf.txt", O_RDONLY) : -1);
+            char text[16] = {};
+            QVERIFY2(leaf && ::read(leaf.get(), text, sizeof text) == 6, name);
+            QCOMPARE(std::string(text), std::string("bottom"));
+        }
     }
 
     void removeDownloadIsRefusedOrPatchesTheTree() {

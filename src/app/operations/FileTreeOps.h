@@ -1,5 +1,5 @@
 #pragma once
-// The recursive pieces of moving and copying on disk, on folder descriptors and
+// The tree walks of moving and copying on disk, on folder descriptors and
 // names (the *at system calls), so that renamed or replaced parent folders cannot
 // redirect them. Every function returns 0 or an errno value. Blocking; callers make
 // one call per item from one thread.
