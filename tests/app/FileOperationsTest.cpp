@@ -347,6 +347,25 @@ private slots:
         QVERIFY(!fs::exists(mnt.path + "/copy"));
     }
 
+    // What changes between the copy of a move and the source's removal stays in the source.
+    void moveRemovesOnlyWhatItCopiedUnchanged() {
+        test::FixtureTree f;
+        f.writeFiles({{"src/same.txt", 10}, {"src/grown.txt", 10}, {"src/sub/same.txt", 10}});
+        FileTreeOps::Fd root(::open(f.root().c_str(), O_DIRECTORY | O_CLOEXEC));
+        FileTreeOps::Manifest copied;
+        bool created = false;
+        QCOMPARE(FileTreeOps::copyEntry(root.get(), "src", root.get(), "dst", created, &copied), 0);
+        std::ofstream(f.fullPath("src/grown.txt"), std::ios::app) << "more";
+        f.writeFiles({{"src/sub/new.txt", 1}, {"src/newdir/new.txt", 1}});
+        int firstError = 0;
+        QCOMPARE(FileTreeOps::removeCopied(root.get(), "src", copied, firstError), 3);
+        QCOMPARE(firstError, ENOTEMPTY);
+        QVERIFY(!fs::exists(f.fullPath("src/same.txt")) &&
+                !fs::exists(f.fullPath("src/sub/same.txt")));
+        for (const char* kept : {"src/grown.txt", "src/sub/new.txt", "src/newdir/new.txt"})
+            QVERIFY2(fs::exists(f.fullPath(kept)), kept);
+    }
+
     // Depth costs no descriptors: 2,000 nested folders under a limit of 256.
     void deepFoldersCopyAndMoveAcrossFileSystemsWithFewDescriptors() {
         ScratchMount mnt("64m");

@@ -119,10 +119,10 @@ int prepare(const std::string& source, const std::string& destination, Endpoints
     return 0;
 }
 
-int copyInto(Endpoints& ep) {
+int copyInto(Endpoints& ep, FileTreeOps::Manifest* copied = nullptr) {
     bool created = false;
     int e = FileTreeOps::copyEntry(ep.srcParent.get(), ep.src.name.c_str(), ep.dstParent.get(),
-                                   ep.dst.name.c_str(), created);
+                                   ep.dst.name.c_str(), created, copied);
     if (e && created)
         FileTreeOps::removeTree(ep.dstParent.get(), ep.dst.name.c_str(), true);
     return e;
@@ -155,13 +155,17 @@ int FileTransfer::move(const std::string& source, const std::string& destination
         return check;
     if (::faccessat(ep.srcParent.get(), ".", W_OK | X_OK, 0) != 0)
         return errno;
-    if (int copied = copyInto(ep))
-        return copied;
+    FileTreeOps::Manifest copied;
+    if (int failed = copyInto(ep, &copied))
+        return failed;
     if (int differs = FileTreeOps::verifyTree(ep.srcParent.get(), src, ep.dstParent.get(), dst)) {
         FileTreeOps::removeTree(ep.dstParent.get(), dst, true);
         return differs;
     }
-    return FileTreeOps::removeTree(ep.srcParent.get(), src, false);
+    // Only what was copied and is unchanged goes: a file saved into the folder or
+    // changed meanwhile stays in the source, and the move reports it.
+    int firstError = 0;
+    return FileTreeOps::removeCopied(ep.srcParent.get(), src, copied, firstError) ? firstError : 0;
 }
 
 std::string FileTransfer::message(int error) {

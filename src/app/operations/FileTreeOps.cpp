@@ -217,6 +217,9 @@ struct Level {
 //   leaf(srcParent, dstParent, name, st) for every entry that is not a folder;
 //   leave(srcFd, dstFd, st) when its entries are done, still inside it;
 //   left(srcParent, dstParent, name) after it was left.
+// An enter hook's answer for a folder to leave out, with everything in it.
+constexpr int kSkipFolder = -1;
+
 template <typename Hooks>
 int walkFolders(int srcDir, const char* srcName, int dstDir, const char* dstName,
                 const struct stat& rootStat, Hooks& h) {
@@ -253,8 +256,10 @@ int walkFolders(int srcDir, const char* srcName, int dstDir, const char* dstName
                     continue;
                 return errno;
             }
-            if (int e = S_ISDIR(st.st_mode) ? enter(src.fd(), dFd, child.c_str(), child.c_str(), st)
-                                            : h.leaf(src.fd(), dFd, child.c_str(), st))
+            const int e = S_ISDIR(st.st_mode)
+                              ? enter(src.fd(), dFd, child.c_str(), child.c_str(), st)
+                              : h.leaf(src.fd(), dFd, child.c_str(), st);
+            if (e && e != kSkipFolder)
                 return e;
             continue;
         }
@@ -287,13 +292,19 @@ struct NoHooks {
     int left(int, int, const char*) { return 0; }
 };
 
+void record(FileTreeOps::Manifest* copied, const struct stat& s) {
+    if (copied)
+        (*copied)[{s.st_dev, s.st_ino}] = FileTreeOps::Fingerprint{s.st_size, s.st_mtim};
+}
+
 } // namespace
 
 int FileTreeOps::copyEntry(int srcDir, const char* srcName, int dstDir, const char* dstName,
-                           bool& created) {
+                           bool& created, Manifest* copied) {
     struct stat st {};
     if (::fstatat(srcDir, srcName, &st, AT_SYMLINK_NOFOLLOW) != 0)
         return errno;
+    record(copied, st);
     if (S_ISREG(st.st_mode))
         return copyRegular(srcDir, srcName, dstDir, dstName, st, created);
     if (S_ISLNK(st.st_mode))
@@ -302,8 +313,9 @@ int FileTreeOps::copyEntry(int srcDir, const char* srcName, int dstDir, const ch
         return copySpecial(dstDir, dstName, st, created);
     struct Copy : NoHooks {
         bool& created;
-        explicit Copy(bool& c) : created(c) {}
-        int enter(int, int dParent, const char*, const char* dName, const struct stat&) {
+        Manifest* copied;
+        int enter(int, int dParent, const char*, const char* dName, const struct stat& st) {
+            record(copied, st);
             // Owner-writable while filling it; the source's bits are applied at the end.
             if (::mkdirat(dParent, dName, 0700) != 0)
                 return errno;
@@ -311,6 +323,7 @@ int FileTreeOps::copyEntry(int srcDir, const char* srcName, int dstDir, const ch
             return 0;
         }
         int leaf(int sParent, int dParent, const char* name, const struct stat& st) {
+            record(copied, st);
             bool made = false;
             if (S_ISREG(st.st_mode))
                 return copyRegular(sParent, name, dParent, name, st, made);
@@ -319,7 +332,7 @@ int FileTreeOps::copyEntry(int srcDir, const char* srcName, int dstDir, const ch
             return copySpecial(dParent, name, st, made);
         }
         int leave(int, int dFd, const struct stat& st) { return applyMetadata(dFd, st); }
-    } hooks(created);
+    } hooks{{}, created, copied};
     return walkFolders(srcDir, srcName, dstDir, dstName, st, hooks);
 }
 
@@ -348,6 +361,56 @@ int FileTreeOps::removeTree(int dir, const char* name, bool ownCopy) {
     hooks.ownCopy = ownCopy;
     hooks.vanishedIsFine = true;
     return walkFolders(dir, name, -1, name, st, hooks);
+}
+
+int FileTreeOps::removeCopied(int dir, const char* name, const Manifest& copied, int& firstError) {
+    struct Remove : NoHooks {
+        const Manifest& copied;
+        int kept = 0, firstError = 0;
+        bool unchanged(const struct stat& s) const {
+            const auto it = copied.find({s.st_dev, s.st_ino});
+            return it != copied.end() &&
+                   (S_ISDIR(s.st_mode) ||
+                    (it->second.size == s.st_size && it->second.mtime.tv_sec == s.st_mtim.tv_sec &&
+                     it->second.mtime.tv_nsec == s.st_mtim.tv_nsec));
+        }
+        int stays(int error) {
+            ++kept;
+            if (!firstError || firstError == ENOTEMPTY)
+                firstError = error;
+            return 0;
+        }
+        int enter(int, int, const char*, const char*, const struct stat& s) {
+            return unchanged(s) ? 0 : (stays(ENOTEMPTY), kSkipFolder);
+        }
+        int leaf(int parent, int, const char* n, const struct stat& s) {
+            if (!unchanged(s))
+                return stays(ENOTEMPTY);
+            return ::unlinkat(parent, n, 0) == 0 || errno == ENOENT ? 0 : stays(errno);
+        }
+        int left(int parent, int, const char* n) {
+            if (::unlinkat(parent, n, AT_REMOVEDIR) == 0 || errno == ENOENT)
+                return 0;
+            // A folder kept for what stays inside it is not one more item.
+            return errno == ENOTEMPTY || errno == EEXIST ? 0 : stays(errno);
+        }
+    } hooks{{}, copied};
+    hooks.vanishedIsFine = true;
+    struct stat st {};
+    if (::fstatat(dir, name, &st, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno == ENOENT ? 0 : (firstError = errno, 1);
+    if (S_ISDIR(st.st_mode)) {
+        if (hooks.unchanged(st)) {
+            if (const int e = walkFolders(dir, name, -1, name, st, hooks))
+                hooks.stays(e);
+        } else {
+            hooks.stays(ENOTEMPTY);
+        }
+    } else {
+        hooks.leaf(dir, -1, name, st);
+    }
+    firstError = hooks.firstError;
+    return hooks.kept;
 }
 
 namespace {
