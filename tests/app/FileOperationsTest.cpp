@@ -3,10 +3,13 @@
 // while the process has one thread: root only (see SKIP_OR_FAIL_QTEST).
 #include "app/operations/FileOperations.h"
 #include "app/operations/FileTransfer.h"
+#include "app/operations/FileTreeOps.h"
+#include "app/operations/Trash.h"
 #include "app/stores/CleanupListStore.h"
 #include "app/viewmodels/ChartViewModel.h"
 #include "core/junk/JunkClassifier.h"
 #include "core/scan/ScanEngine.h"
+#include "support/ChildProcess.h"
 #include "support/FixtureTree.h"
 #include "support/Privileges.h"
 
@@ -14,12 +17,18 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <grp.h>
+#include <map>
 #include <sched.h>
 #include <sstream>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 
@@ -73,15 +82,36 @@ struct Scanned {
         return n ? n->shared() : nullptr;
     }
     std::string path(const std::string& rel) const { return files.fullPath(rel); }
-    QString qpath(const std::string& rel) const { return QString::fromStdString(path(rel)); }
-    // Into the home trash "data/Trash" of this fixture.
+    // Into the home trash "data/share/Trash" of this fixture, made on first use.
     FileOperations::Outcome trash(const std::vector<NodePtr>& items) {
-        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(path("data")));
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(path("data/share")));
         auto outcome = ops.moveToTrash(items);
         qunsetenv("XDG_DATA_HOME");
         return outcome;
     }
 };
+
+// What the .trashinfo files of `trash` record: the percent-decoded Path of each complete
+// one, mapped to the item's name in files/ ("(missing)" when nothing is there).
+std::map<std::string, std::string> trashRecords(const std::string& trash) {
+    std::map<std::string, std::string> out;
+    for (const auto& entry : fs::directory_iterator(trash + "/info")) {
+        const std::string info = readAll(entry.path()), key = "[Trash Info]\nPath=";
+        std::string path = "(incomplete)";
+        if (info.starts_with(key) && info.find("\nDeletionDate=") != std::string::npos) {
+            path.clear();
+            for (auto i = key.size(); info[i] != '\n'; ++i) {
+                path +=
+                    info[i] == '%' ? char(std::stoi(info.substr(i + 1, 2), nullptr, 16)) : info[i];
+                i += info[i] == '%' ? 2 : 0;
+            }
+        }
+        const std::string name = trash + "/files/" + entry.path().stem().string();
+        out[path] =
+            fs::is_symlink(name) || fs::exists(name) ? entry.path().stem().string() : "(missing)";
+    }
+    return out;
+}
 
 } // namespace
 
@@ -116,9 +146,9 @@ private slots:
                  QStringLiteral("vanished.bin: No such file or directory"));
         QCOMPARE(outcome.succeeded, 2); // deep went with its folder
         QCOMPARE(refreshed.count(), 1);
-        QCOMPARE(readAll(s.path("data/Trash/files/" + name)), std::string(20000, 'r'));
-        QVERIFY(fs::exists(s.path("data/Trash/files/inner/deep/file.txt")));
-        const std::string info = readAll(s.path("data/Trash/info/" + name + ".trashinfo"));
+        QCOMPARE(readAll(s.path("data/share/Trash/files/" + name)), std::string(20000, 'r'));
+        QVERIFY(fs::exists(s.path("data/share/Trash/files/inner/deep/file.txt")));
+        const std::string info = readAll(s.path("data/share/Trash/info/" + name + ".trashinfo"));
         // Escaped like a URL, so that a restore brings back the exact name.
         QVERIFY2(info.starts_with("[Trash Info]\nPath=" + s.files.root() +
                                   "/docs/report%20100%25%20%C3%BC.txt\nDeletionDate="),
@@ -134,6 +164,101 @@ private slots:
         QCOMPARE(s.chart.history().size(), historyBefore); // a fix-up, not a navigation
     }
 
+    // Names no text conversion survives: each item is recorded byte for byte before it
+    // moves, and the look-alike valid-UTF-8 neighbour of an invalid name stays put.
+    void trashRecordsEveryNameExactly() {
+        Scanned s;
+        const std::string invalid = "odd/a\xff.txt", lookalike = "odd/a\xEF\xBF\xBD.txt",
+                          newline = "odd/a\nb", longName = "odd/" + std::string(250, 'n');
+        s.files.writeFiles({{invalid, 5}, {lookalike, 7}, {newline, 3}, {longName, 1}});
+        s.files.symlink("/nonexistent/target", "odd/dangling");
+        s.scan();
+        const auto outcome =
+            s.trash({s.node(invalid), s.node(newline), s.node(longName), s.node("odd/dangling")});
+        QVERIFY(outcome.errors.empty());
+        QCOMPARE(readAll(s.path(lookalike)), std::string(7, 'x'));
+        QVERIFY(s.node(lookalike) && !s.node(invalid) && !fs::exists(s.path(invalid)));
+        struct stat st {};
+        for (const char* rel : {"data", "data/share", "data/share/Trash/info"})
+            QVERIFY(::stat(s.path(rel).c_str(), &st) == 0 && (st.st_mode & 07777) == 0700);
+        const auto records = trashRecords(s.path("data/share/Trash"));
+        QCOMPARE(records.size(), std::size_t(4));
+        for (const auto& rel : {invalid, newline, longName, std::string("odd/dangling")})
+            QVERIFY2(records.count(s.path(rel)) && records.at(s.path(rel)) != "(missing)",
+                     rel.c_str());
+
+        if (test::runCommand({"sh", "-c", "command -v trash-restore"}).exitCode != 0)
+            QSKIP("trash-restore (trash-cli) is not installed");
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(s.path("data/share")));
+        const auto restore =
+            test::runCommand({"sh", "-c", "echo 0 | trash-restore \"$1\"", "sh", s.path(newline)});
+        qunsetenv("XDG_DATA_HOME");
+        QCOMPARE(readAll(s.path(newline)), std::string(3, 'x'));
+        QVERIFY2(restore.exitCode == 0, restore.err.c_str());
+    }
+
+    // The trash on another file system: only folders that are this user's alone, and
+    // a failed record leaves the item where it was with nothing half-written.
+    void trashRefusesUnsafeFoldersAndFailsWithoutLosingTheItem() {
+        ScratchMount mnt("1m");
+        if (mnt.path.empty())
+            SKIP_OR_FAIL_QTEST("needs root to mount a tmpfs in a private mount namespace");
+        test::FixtureTree home;
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(home.fullPath("share")));
+        const std::string item = mnt.path + "/item", mine = mnt.path + "/.Trash-0";
+        const auto trashItem = [&] {
+            std::ofstream(item) << "keep";
+            return Trash::moveToTrash(item).value_or(QString());
+        };
+        const std::vector<std::function<void()>> unsafe = {
+            [&] { QCOMPARE(::mkdir(mine.c_str(), 0777) + ::chmod(mine.c_str(), 0777), 0); },
+            [&] { QCOMPARE(::mkdir(mine.c_str(), 0700) + ::chown(mine.c_str(), 65534, 0), 0); },
+            [&] { QCOMPARE(::symlink(home.root().c_str(), mine.c_str()), 0); },
+        };
+        // Not sticky, so not a shared trash: .Trash-0 is the only candidate.
+        QCOMPARE(::mkdir((mnt.path + "/.Trash").c_str(), 0777), 0);
+        for (const auto& makeUnsafe : unsafe) {
+            makeUnsafe();
+            QVERIFY(trashItem().startsWith(QStringLiteral("This disk has no trash folder")));
+            QCOMPARE(readAll(item), std::string("keep"));
+            QVERIFY(fs::remove(mine));
+        }
+        QCOMPARE(trashItem(), QString());
+        QCOMPARE(trashRecords(mine), (std::map<std::string, std::string>{{"item", "item"}}));
+        QCOMPARE(::chmod((mnt.path + "/.Trash").c_str(), 01777), 0);
+        QCOMPARE(trashItem(), QString());
+        QCOMPARE(trashRecords(mnt.path + "/.Trash/0").size(), std::size_t(1));
+
+        std::ofstream(item) << "full";
+        std::ofstream(mnt.path + "/fill") << std::string(2 << 20, 'x'); // stops when full
+        QVERIFY(Trash::moveToTrash(item).value_or(QString()).endsWith(
+            QStringLiteral("No space left on device")));
+        QCOMPARE(readAll(item), std::string("full"));
+        QCOMPARE(trashRecords(mnt.path + "/.Trash/0").size(), std::size_t(1));
+        fs::remove(mnt.path + "/fill");
+
+        // An ordinary user whose own info folder is read-only.
+        home.makeFolder("share/Trash/files");
+        home.makeFolder("share/Trash/info");
+        home.writeText("mine.txt", "mine");
+        QCOMPARE(::lchown(home.root().c_str(), 65534, 65534), 0);
+        for (const auto& entry : fs::recursive_directory_iterator(home.root()))
+            QCOMPARE(::lchown(entry.path().c_str(), 65534, 65534), 0);
+        home.chmod("share/Trash/info", 0500);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const bool dropped =
+                ::setgroups(0, nullptr) == 0 && ::setgid(65534) == 0 && ::setuid(65534) == 0;
+            const auto failure = Trash::moveToTrash(home.fullPath("mine.txt")).value_or("");
+            ::_exit(dropped && failure.endsWith(QStringLiteral("Permission denied")) ? 0 : 1);
+        }
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        qunsetenv("XDG_DATA_HOME");
+        QCOMPARE(status, 0);
+        QCOMPARE(readAll(home.fullPath("mine.txt")), std::string("mine"));
+    }
+
     void moveAndCopyPatchTheTreeOrNotButNeverOverwriteNorGoIntoThemselves() {
         Scanned s;
         s.files.writeFile("src/same.txt", 10, 's');
@@ -147,11 +272,11 @@ private slots:
         const auto rootLogical = s.result.root->logicalSize();
         const auto revision = s.chart.treeRevision();
         // A copy changes no state (modes, times and links: see the move across file systems).
-        QVERIFY(s.ops.copyTo({other}, s.qpath("dest/samedir")).errors.empty());
+        QVERIFY(s.ops.copyTo({other}, s.path("dest/samedir")).errors.empty());
         QCOMPARE(readAll(s.path("dest/samedir/other.txt")), std::string(10, 'o'));
         QVERIFY(s.chart.treeRevision() == revision && s.cleanup.count() == 1);
         const auto outcome =
-            s.ops.moveTo({s.node("src/same.txt"), s.node("src/samedir"), other}, s.qpath("dest"));
+            s.ops.moveTo({s.node("src/same.txt"), s.node("src/samedir"), other}, s.path("dest"));
         QCOMPARE(outcome.reclaimedBytes, std::int64_t(0)); // a move frees nothing on this disk
         QCOMPARE(s.result.root->logicalSize(), rootLogical - 10);
         QVERIFY(s.cleanup.isEmpty());
@@ -188,8 +313,16 @@ private slots:
         s.files.writeFile("huge/z.bin", 6 * 1024 * 1024, 'z');
         s.scan();
 
-        auto outcome =
-            s.ops.moveTo({s.node("tree"), s.node("huge")}, QString::fromStdString(mnt.path));
+        // The same folder under another path (a bind mount) is still the folder itself.
+        const std::string alias = mnt.path + "/alias";
+        QVERIFY(::mkdir(alias.c_str(), 0700) == 0 &&
+                ::mount(s.path("tree").c_str(), alias.c_str(), nullptr, MS_BIND, nullptr) == 0);
+        for (auto op : {&FileTransfer::move, &FileTransfer::copy})
+            QCOMPARE(op(s.path("tree"), alias + "/sub/tree"), EINVAL);
+        QVERIFY(::umount2(alias.c_str(), MNT_DETACH) == 0 && ::rmdir(alias.c_str()) == 0);
+        QVERIFY(!fs::exists(s.path("tree/sub/tree")));
+
+        auto outcome = s.ops.moveTo({s.node("tree"), s.node("huge")}, mnt.path);
         QCOMPARE(outcome.errors.size(), std::size_t(1));
         QCOMPARE(outcome.errors[0].alertLine(), QStringLiteral("huge: No space left on device"));
         const std::string moved = mnt.path + "/tree";
@@ -212,6 +345,53 @@ private slots:
         QVERIFY(s.node("huge") != nullptr);
         QCOMPARE(FileTransfer::copy(s.path("huge"), mnt.path + "/copy"), ENOSPC);
         QVERIFY(!fs::exists(mnt.path + "/copy"));
+    }
+
+    // What changes between the copy of a move and the source's removal stays in the source.
+    void moveRemovesOnlyWhatItCopiedUnchanged() {
+        test::FixtureTree f;
+        f.writeFiles({{"src/same.txt", 10}, {"src/grown.txt", 10}, {"src/sub/same.txt", 10}});
+        FileTreeOps::Fd root(::open(f.root().c_str(), O_DIRECTORY | O_CLOEXEC));
+        FileTreeOps::Manifest copied;
+        bool created = false;
+        QCOMPARE(FileTreeOps::copyEntry(root.get(), "src", root.get(), "dst", created, &copied), 0);
+        std::ofstream(f.fullPath("src/grown.txt"), std::ios::app) << "more";
+        f.writeFiles({{"src/sub/new.txt", 1}, {"src/newdir/new.txt", 1}});
+        int firstError = 0;
+        QCOMPARE(FileTreeOps::removeCopied(root.get(), "src", copied, firstError), 3);
+        QCOMPARE(firstError, ENOTEMPTY);
+        QVERIFY(!fs::exists(f.fullPath("src/same.txt")) &&
+                !fs::exists(f.fullPath("src/sub/same.txt")));
+        for (const char* kept : {"src/grown.txt", "src/sub/new.txt", "src/newdir/new.txt"})
+            QVERIFY2(fs::exists(f.fullPath(kept)), kept);
+    }
+
+    // Depth costs no descriptors: 2,000 nested folders under a limit of 256.
+    void deepFoldersCopyAndMoveAcrossFileSystemsWithFewDescriptors() {
+        ScratchMount mnt("64m");
+        if (mnt.path.empty())
+            SKIP_OR_FAIL_QTEST("needs root to mount a tmpfs in a private mount namespace");
+        test::FixtureTree files;
+        files.writeText(files.deepChain("top", 2000) + "/leaf.txt", "bottom");
+        rlimit old{};
+        ::getrlimit(RLIMIT_NOFILE, &old);
+        const rlimit low{256, old.rlim_max};
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &low), 0);
+        const int copied = FileTransfer::copy(files.fullPath("top"), mnt.path + "/copy");
+        const int moved = FileTransfer::move(files.fullPath("top"), mnt.path + "/moved");
+        ::setrlimit(RLIMIT_NOFILE, &old);
+        QCOMPARE(copied, 0);
+        QCOMPARE(moved, 0);
+        QVERIFY(!fs::exists(files.fullPath("top")));
+        for (const char* name : {"/copy", "/moved"}) {
+            FileTreeOps::Fd dir(::open((mnt.path + name).c_str(), O_DIRECTORY | O_CLOEXEC));
+            for (int level = 0; level < 2000 && dir; ++level)
+                dir.reset(::openat(dir.get(), "d", O_DIRECTORY | O_CLOEXEC));
+            FileTreeOps::Fd leaf(dir ? ::openat(dir.get(), "leaf.txt", O_RDONLY) : -1);
+            char text[16] = {};
+            QVERIFY2(leaf && ::read(leaf.get(), text, sizeof text) == 6, name);
+            QCOMPARE(std::string(text), std::string("bottom"));
+        }
     }
 
     void removeDownloadIsRefusedOrPatchesTheTree() {

@@ -112,6 +112,20 @@ private slots:
         QTRY_VERIFY((model->refreshVolumes(), model->volumes()[1].volumeTotalCapacity));
     }
 
+    // Folders are told apart by their bytes: a name that isn't UTF-8 and its look-alike.
+    void foldersKeepTheirBytes() {
+        auto model = makeModel();
+        const std::string invalid = m_home->fullPath("a\xff"),
+                          lookalike = m_home->fullPath("a\xEF\xBF\xBD");
+        const auto before = model->favorites().size();
+        for (const std::string& path : {invalid + "/./", lookalike, invalid + "/x/..//"})
+            model->addFavorite(path);
+        QCOMPARE(model->favorites().size(), before + 2);
+        const ScanSource& added = model->favorites()[before];
+        QVERIFY(added.url == invalid && model->favorites()[before + 1].url == lookalike);
+        QVERIFY(model->openTransientFolder(invalid + "//") == added.id);
+    }
+
     void identityFollowsTheFileSystemNotThePlace() {
         auto model = makeModel();
         ChartViewModel chart;

@@ -6,8 +6,6 @@
 #include "app/viewmodels/ChartViewModel.h"
 #include "core/model/TreeMutator.h"
 
-#include <QFile>
-
 #include <unordered_set>
 
 namespace ringfold {
@@ -18,8 +16,8 @@ QString nameOf(const FileNode& node) {
     return QString::fromUtf8(node.name().data(), qsizetype(node.name().size()));
 }
 
-std::string destinationFor(const QString& folder, const FileNode& node) {
-    std::string path = QFile::encodeName(folder).toStdString();
+std::string destinationFor(const std::string& folder, const FileNode& node) {
+    std::string path = folder;
     if (path.empty() || path.back() != '/')
         path += '/';
     path += node.name();
@@ -93,14 +91,11 @@ FileOperations::Outcome FileOperations::removeEach(const std::vector<NodePtr>& n
 
 FileOperations::Outcome FileOperations::moveToTrash(std::vector<NodePtr> nodes) {
     return removeEach(
-        nodes,
-        [](const FileNode& node) {
-            return Trash::moveToTrash(QFile::decodeName(QByteArray::fromStdString(node.url())));
-        },
-        true);
+        nodes, [](const FileNode& node) { return Trash::moveToTrash(node.url()); }, true);
 }
 
-FileOperations::Outcome FileOperations::moveTo(std::vector<NodePtr> nodes, const QString& folder) {
+FileOperations::Outcome FileOperations::moveTo(std::vector<NodePtr> nodes,
+                                               const std::string& folder) {
     return removeEach(
         nodes,
         [&folder](const FileNode& node) {
@@ -109,7 +104,8 @@ FileOperations::Outcome FileOperations::moveTo(std::vector<NodePtr> nodes, const
         false);
 }
 
-FileOperations::Outcome FileOperations::copyTo(std::vector<NodePtr> nodes, const QString& folder) {
+FileOperations::Outcome FileOperations::copyTo(std::vector<NodePtr> nodes,
+                                               const std::string& folder) {
     Outcome outcome;
     for (const NodePtr& node : nodes) {
         if (!node)

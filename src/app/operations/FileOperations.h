@@ -45,9 +45,10 @@ public:
 
     Outcome moveToTrash(std::vector<NodePtr> nodes);
     /// Moves each node to `folder` + "/" + its name; an existing item there is an error.
-    Outcome moveTo(std::vector<NodePtr> nodes, const QString& folder);
+    /// `folder` is the path's bytes, as every path here.
+    Outcome moveTo(std::vector<NodePtr> nodes, const std::string& folder);
     /// Copies each node to `folder` + "/" + its name; the tree and the list stay as they are.
-    Outcome copyTo(std::vector<NodePtr> nodes, const QString& folder);
+    Outcome copyTo(std::vector<NodePtr> nodes, const std::string& folder);
     /// Evicts each node's local copy; on success the node becomes a placeholder.
     Outcome removeDownload(std::vector<NodePtr> nodes);
 

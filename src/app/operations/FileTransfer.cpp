@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <optional>
@@ -40,18 +39,27 @@ std::optional<PathParts> splitPath(std::string path) {
     return p;
 }
 
-// A folder cannot go into itself or one of its own subfolders.
-bool isInside(const std::string& destinationParent, const std::string& sourceFolder) {
-    char* a = ::realpath(destinationParent.c_str(), nullptr);
-    char* b = ::realpath(sourceFolder.c_str(), nullptr);
-    bool inside = false;
-    if (a && b) {
-        const std::string parent(a), source(b);
-        inside = parent == source || parent.rfind(source + (source == "/" ? "" : "/"), 0) == 0;
+// A folder cannot go into itself or one of its own subfolders. Compared by device and
+// inode while walking up from the destination, so that another path to the same
+// folder (a bind mount, a symbolic link in the path) is caught too.
+bool isInside(int destinationParent, const struct stat& source) {
+    Fd at(::openat(destinationParent, ".", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    struct stat here {};
+    if (!at || ::fstat(at.get(), &here) != 0)
+        return false;
+    for (int level = 0; level < 1 << 16; ++level) {
+        if (here.st_dev == source.st_dev && here.st_ino == source.st_ino)
+            return true;
+        Fd up(::openat(at.get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
+        struct stat above {};
+        if (!up || ::fstat(up.get(), &above) != 0)
+            return false;
+        if (above.st_dev == here.st_dev && above.st_ino == here.st_ino)
+            return false; // the root
+        at.reset(up.release());
+        here = above;
     }
-    std::free(a);
-    std::free(b);
-    return inside;
+    return false;
 }
 
 // renameat2 without RENAME_NOREPLACE support (some network and FUSE file systems):
@@ -106,15 +114,15 @@ int prepare(const std::string& source, const std::string& destination, Endpoints
         return errno;
     if (::fstatat(ep.srcParent.get(), ep.src.name.c_str(), &ep.st, AT_SYMLINK_NOFOLLOW) != 0)
         return errno;
-    if (S_ISDIR(ep.st.st_mode) && isInside(ep.dst.parent, source))
+    if (S_ISDIR(ep.st.st_mode) && isInside(ep.dstParent.get(), ep.st))
         return EINVAL;
     return 0;
 }
 
-int copyInto(Endpoints& ep) {
+int copyInto(Endpoints& ep, FileTreeOps::Manifest* copied = nullptr) {
     bool created = false;
     int e = FileTreeOps::copyEntry(ep.srcParent.get(), ep.src.name.c_str(), ep.dstParent.get(),
-                                   ep.dst.name.c_str(), created);
+                                   ep.dst.name.c_str(), created, copied);
     if (e && created)
         FileTreeOps::removeTree(ep.dstParent.get(), ep.dst.name.c_str(), true);
     return e;
@@ -147,13 +155,17 @@ int FileTransfer::move(const std::string& source, const std::string& destination
         return check;
     if (::faccessat(ep.srcParent.get(), ".", W_OK | X_OK, 0) != 0)
         return errno;
-    if (int copied = copyInto(ep))
-        return copied;
+    FileTreeOps::Manifest copied;
+    if (int failed = copyInto(ep, &copied))
+        return failed;
     if (int differs = FileTreeOps::verifyTree(ep.srcParent.get(), src, ep.dstParent.get(), dst)) {
         FileTreeOps::removeTree(ep.dstParent.get(), dst, true);
         return differs;
     }
-    return FileTreeOps::removeTree(ep.srcParent.get(), src, false);
+    // Only what was copied and is unchanged goes: a file saved into the folder or
+    // changed meanwhile stays in the source, and the move reports it.
+    int firstError = 0;
+    return FileTreeOps::removeCopied(ep.srcParent.get(), src, copied, firstError) ? firstError : 0;
 }
 
 std::string FileTransfer::message(int error) {

@@ -1,5 +1,6 @@
 #include "app/operations/FileTreeOps.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdint>
@@ -130,30 +131,6 @@ int copyRegular(int srcDir, const char* srcName, int dstDir, const char* dstName
     return ::close(out.release()) == 0 ? 0 : errno;
 }
 
-int copyDirectory(int srcDir, const char* srcName, int dstDir, const char* dstName,
-                  const struct stat& st, bool& created) {
-    Fd src(FileTreeOps::openDirectory(srcDir, srcName));
-    if (!src)
-        return errno;
-    std::vector<std::string> names;
-    if (int e = FileTreeOps::entryNames(src.get(), names))
-        return e;
-    // Owner-writable while filling it; the source's bits are applied at the end.
-    if (::mkdirat(dstDir, dstName, 0700) != 0)
-        return errno;
-    created = true;
-    Fd dst(FileTreeOps::openDirectory(dstDir, dstName));
-    if (!dst)
-        return errno;
-    for (const std::string& name : names) {
-        bool childCreated = false;
-        if (int e = FileTreeOps::copyEntry(src.get(), name.c_str(), dst.get(), name.c_str(),
-                                           childCreated))
-            return e;
-    }
-    return applyMetadata(dst.get(), st);
-}
-
 int copySymlink(int srcDir, const char* srcName, int dstDir, const char* dstName,
                 const struct stat& st, bool& created) {
     std::vector<char> target(std::size_t(st.st_size > 0 ? st.st_size : PATH_MAX) + 1);
@@ -186,40 +163,178 @@ int copySpecial(int dstDir, const char* dstName, const struct stat& st, bool& cr
     return ::utimensat(dstDir, dstName, times, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
 }
 
-} // namespace
+// A walk of a folder tree (and, for copy and verify, of its mirror) that holds a fixed
+// number of descriptors at any depth: only the current folder is open. Going down opens
+// a child by name; going back up reopens ".." and checks that it is the folder that was
+// left (device and inode), so a folder moved away meanwhile stops the walk instead of
+// sending it elsewhere. The names still to visit are kept per level.
+struct Identity {
+    dev_t dev;
+    ino_t ino;
+};
 
-int FileTreeOps::copyEntry(int srcDir, const char* srcName, int dstDir, const char* dstName,
-                           bool& created) {
+class Cursor {
+public:
+    int fd() const { return m_fd.get(); }
+    int down(int from, const char* name) {
+        struct stat here {};
+        if (::fstat(from, &here) != 0)
+            return errno;
+        Fd next(FileTreeOps::openDirectory(from, name));
+        if (!next)
+            return errno;
+        m_above.push_back({here.st_dev, here.st_ino});
+        m_fd.reset(next.release());
+        return 0;
+    }
+    int up() {
+        Fd parent(::openat(m_fd.get(), "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        struct stat st {};
+        if (!parent || ::fstat(parent.get(), &st) != 0)
+            return errno;
+        if (st.st_dev != m_above.back().dev || st.st_ino != m_above.back().ino)
+            return ESTALE;
+        m_above.pop_back();
+        m_fd.reset(parent.release());
+        return 0;
+    }
+
+private:
+    Fd m_fd;
+    std::vector<Identity> m_above;
+};
+
+struct Level {
+    std::string name;
+    std::vector<std::string> children;
+    std::size_t next = 0;
     struct stat st {};
-    if (::fstatat(srcDir, srcName, &st, AT_SYMLINK_NOFOLLOW) != 0)
-        return errno;
-    if (S_ISREG(st.st_mode))
-        return copyRegular(srcDir, srcName, dstDir, dstName, st, created);
-    if (S_ISDIR(st.st_mode))
-        return copyDirectory(srcDir, srcName, dstDir, dstName, st, created);
-    if (S_ISLNK(st.st_mode))
-        return copySymlink(srcDir, srcName, dstDir, dstName, st, created);
-    return copySpecial(dstDir, dstName, st, created);
-}
+};
 
-namespace {
+// Hooks (dst descriptors are -1 without a mirror):
+//   enter(srcParent, dstParent, srcName, dstName, st) before a folder is opened;
+//   names(srcFd, dstFd, children) once its entries are listed;
+//   leaf(srcParent, dstParent, name, st) for every entry that is not a folder;
+//   leave(srcFd, dstFd, st) when its entries are done, still inside it;
+//   left(srcParent, dstParent, name) after it was left.
+// An enter hook's answer for a folder to leave out, with everything in it.
+constexpr int kSkipFolder = -1;
 
-// Opens the folder `name` in `dir` and calls `visit(folderFd, childName)` for each
-// entry until one returns an error, which is passed on.
-template <typename Visit> int forEachChild(int dir, const char* name, Visit&& visit) {
-    FileTreeOps::Fd fd(FileTreeOps::openDirectory(dir, name));
-    if (!fd)
-        return errno;
-    std::vector<std::string> names;
-    if (int e = FileTreeOps::entryNames(fd.get(), names))
-        return e;
-    for (const std::string& child : names)
-        if (int e = visit(fd.get(), child.c_str()))
+template <typename Hooks>
+int walkFolders(int srcDir, const char* srcName, int dstDir, const char* dstName,
+                const struct stat& rootStat, Hooks& h) {
+    const bool mirrored = dstDir >= 0;
+    Cursor src, dst;
+    std::vector<Level> levels;
+    auto enter = [&](int sParent, int dParent, const char* sName, const char* dName,
+                     const struct stat& st) -> int {
+        if (int e = h.enter(sParent, dParent, sName, dName, st))
             return e;
+        if (int e = src.down(sParent, sName))
+            return e;
+        if (mirrored)
+            if (int e = dst.down(dParent, dName))
+                return e;
+        Level level{sName, {}, 0, st};
+        if (int e = FileTreeOps::entryNames(src.fd(), level.children))
+            return e;
+        if (int e = h.names(src.fd(), mirrored ? dst.fd() : -1, level.children))
+            return e;
+        levels.push_back(std::move(level));
+        return 0;
+    };
+    if (int e = enter(srcDir, dstDir, srcName, dstName, rootStat))
+        return e;
+    while (!levels.empty()) {
+        Level& top = levels.back();
+        const int dFd = mirrored ? dst.fd() : -1;
+        if (top.next < top.children.size()) {
+            const std::string child = top.children[top.next++];
+            struct stat st {};
+            if (::fstatat(src.fd(), child.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
+                if (errno == ENOENT && h.vanishedIsFine)
+                    continue;
+                return errno;
+            }
+            const int e = S_ISDIR(st.st_mode)
+                              ? enter(src.fd(), dFd, child.c_str(), child.c_str(), st)
+                              : h.leaf(src.fd(), dFd, child.c_str(), st);
+            if (e && e != kSkipFolder)
+                return e;
+            continue;
+        }
+        if (int e = h.leave(src.fd(), dFd, top.st))
+            return e;
+        const std::string name = std::move(top.name);
+        levels.pop_back();
+        int sParent = srcDir, dParent = dstDir;
+        if (!levels.empty()) {
+            if (int e = src.up())
+                return e;
+            if (mirrored)
+                if (int e = dst.up())
+                    return e;
+            sParent = src.fd();
+            dParent = mirrored ? dst.fd() : -1;
+        }
+        if (int e = h.left(sParent, dParent, name.c_str()))
+            return e;
+    }
     return 0;
 }
 
+struct NoHooks {
+    bool vanishedIsFine = false;
+    int enter(int, int, const char*, const char*, const struct stat&) { return 0; }
+    int names(int, int, std::vector<std::string>&) { return 0; }
+    int leaf(int, int, const char*, const struct stat&) { return 0; }
+    int leave(int, int, const struct stat&) { return 0; }
+    int left(int, int, const char*) { return 0; }
+};
+
+void record(FileTreeOps::Manifest* copied, const struct stat& s) {
+    if (copied)
+        (*copied)[{s.st_dev, s.st_ino}] = FileTreeOps::Fingerprint{s.st_size, s.st_mtim};
+}
+
 } // namespace
+
+int FileTreeOps::copyEntry(int srcDir, const char* srcName, int dstDir, const char* dstName,
+                           bool& created, Manifest* copied) {
+    struct stat st {};
+    if (::fstatat(srcDir, srcName, &st, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno;
+    record(copied, st);
+    if (S_ISREG(st.st_mode))
+        return copyRegular(srcDir, srcName, dstDir, dstName, st, created);
+    if (S_ISLNK(st.st_mode))
+        return copySymlink(srcDir, srcName, dstDir, dstName, st, created);
+    if (!S_ISDIR(st.st_mode))
+        return copySpecial(dstDir, dstName, st, created);
+    struct Copy : NoHooks {
+        bool& created;
+        Manifest* copied;
+        int enter(int, int dParent, const char*, const char* dName, const struct stat& st) {
+            record(copied, st);
+            // Owner-writable while filling it; the source's bits are applied at the end.
+            if (::mkdirat(dParent, dName, 0700) != 0)
+                return errno;
+            created = true;
+            return 0;
+        }
+        int leaf(int sParent, int dParent, const char* name, const struct stat& st) {
+            record(copied, st);
+            bool made = false;
+            if (S_ISREG(st.st_mode))
+                return copyRegular(sParent, name, dParent, name, st, made);
+            if (S_ISLNK(st.st_mode))
+                return copySymlink(sParent, name, dParent, name, st, made);
+            return copySpecial(dParent, name, st, made);
+        }
+        int leave(int, int dFd, const struct stat& st) { return applyMetadata(dFd, st); }
+    } hooks{{}, created, copied};
+    return walkFolders(srcDir, srcName, dstDir, dstName, st, hooks);
+}
 
 // Removes an item and everything in it. `ownCopy`: the item is a partial copy of
 // ours, whose folders may carry read-only bits copied from the source.
@@ -227,16 +342,75 @@ int FileTreeOps::removeTree(int dir, const char* name, bool ownCopy) {
     struct stat st {};
     if (::fstatat(dir, name, &st, AT_SYMLINK_NOFOLLOW) != 0)
         return errno == ENOENT ? 0 : errno;
+    if (!S_ISDIR(st.st_mode))
+        return ::unlinkat(dir, name, 0) == 0 ? 0 : errno;
+    struct Remove : NoHooks {
+        bool ownCopy;
+        int enter(int parent, int, const char* n, const char*, const struct stat& s) {
+            if (ownCopy && (s.st_mode & 0700) != 0700)
+                (void)::fchmodat(parent, n, (s.st_mode & 07777) | 0700, 0);
+            return 0;
+        }
+        int leaf(int parent, int, const char* n, const struct stat&) {
+            return ::unlinkat(parent, n, 0) == 0 || errno == ENOENT ? 0 : errno;
+        }
+        int left(int parent, int, const char* n) {
+            return ::unlinkat(parent, n, AT_REMOVEDIR) == 0 ? 0 : errno;
+        }
+    } hooks;
+    hooks.ownCopy = ownCopy;
+    hooks.vanishedIsFine = true;
+    return walkFolders(dir, name, -1, name, st, hooks);
+}
+
+int FileTreeOps::removeCopied(int dir, const char* name, const Manifest& copied, int& firstError) {
+    struct Remove : NoHooks {
+        const Manifest& copied;
+        int kept = 0, firstError = 0;
+        bool unchanged(const struct stat& s) const {
+            const auto it = copied.find({s.st_dev, s.st_ino});
+            return it != copied.end() &&
+                   (S_ISDIR(s.st_mode) ||
+                    (it->second.size == s.st_size && it->second.mtime.tv_sec == s.st_mtim.tv_sec &&
+                     it->second.mtime.tv_nsec == s.st_mtim.tv_nsec));
+        }
+        int stays(int error) {
+            ++kept;
+            if (!firstError || firstError == ENOTEMPTY)
+                firstError = error;
+            return 0;
+        }
+        int enter(int, int, const char*, const char*, const struct stat& s) {
+            return unchanged(s) ? 0 : (stays(ENOTEMPTY), kSkipFolder);
+        }
+        int leaf(int parent, int, const char* n, const struct stat& s) {
+            if (!unchanged(s))
+                return stays(ENOTEMPTY);
+            return ::unlinkat(parent, n, 0) == 0 || errno == ENOENT ? 0 : stays(errno);
+        }
+        int left(int parent, int, const char* n) {
+            if (::unlinkat(parent, n, AT_REMOVEDIR) == 0 || errno == ENOENT)
+                return 0;
+            // A folder kept for what stays inside it is not one more item.
+            return errno == ENOTEMPTY || errno == EEXIST ? 0 : stays(errno);
+        }
+    } hooks{{}, copied};
+    hooks.vanishedIsFine = true;
+    struct stat st {};
+    if (::fstatat(dir, name, &st, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno == ENOENT ? 0 : (firstError = errno, 1);
     if (S_ISDIR(st.st_mode)) {
-        if (ownCopy && (st.st_mode & 0700) != 0700)
-            (void)::fchmodat(dir, name, (st.st_mode & 07777) | 0700, 0);
-        if (int e = forEachChild(dir, name, [ownCopy](int fd, const char* child) {
-                return removeTree(fd, child, ownCopy);
-            }))
-            return e;
-        return ::unlinkat(dir, name, AT_REMOVEDIR) == 0 ? 0 : errno;
+        if (hooks.unchanged(st)) {
+            if (const int e = walkFolders(dir, name, -1, name, st, hooks))
+                hooks.stays(e);
+        } else {
+            hooks.stays(ENOTEMPTY);
+        }
+    } else {
+        hooks.leaf(dir, -1, name, st);
     }
-    return ::unlinkat(dir, name, 0) == 0 ? 0 : errno;
+    firstError = hooks.firstError;
+    return hooks.kept;
 }
 
 namespace {
@@ -257,15 +431,11 @@ int readFull(int fd, char* data, std::size_t size, std::size_t& got) {
     return 0;
 }
 
-} // namespace
-
-// Compares a copy with its source: same kinds, names, link targets and bytes.
-// A difference reads as EIO.
-int FileTreeOps::verifyTree(int srcDir, const char* srcName, int dstDir, const char* dstName) {
-    struct stat a {
-    }, b{};
-    if (::fstatat(srcDir, srcName, &a, AT_SYMLINK_NOFOLLOW) != 0 ||
-        ::fstatat(dstDir, dstName, &b, AT_SYMLINK_NOFOLLOW) != 0)
+// Compares one entry that is not a folder with its copy.
+int verifyLeaf(int srcDir, const char* srcName, int dstDir, const char* dstName,
+               const struct stat& a) {
+    struct stat b {};
+    if (::fstatat(dstDir, dstName, &b, AT_SYMLINK_NOFOLLOW) != 0)
         return errno;
     if ((a.st_mode & S_IFMT) != (b.st_mode & S_IFMT))
         return EIO;
@@ -290,30 +460,46 @@ int FileTreeOps::verifyTree(int srcDir, const char* srcName, int dstDir, const c
         }
     }
     if (S_ISLNK(a.st_mode)) {
-        char ta[PATH_MAX + 1], tb[PATH_MAX + 1];
-        ssize_t na = ::readlinkat(srcDir, srcName, ta, PATH_MAX);
-        ssize_t nb = ::readlinkat(dstDir, dstName, tb, PATH_MAX);
+        std::vector<char> ta(PATH_MAX + 1), tb(PATH_MAX + 1);
+        ssize_t na = ::readlinkat(srcDir, srcName, ta.data(), PATH_MAX);
+        ssize_t nb = ::readlinkat(dstDir, dstName, tb.data(), PATH_MAX);
         if (na < 0 || nb < 0)
             return errno;
-        return na == nb && std::memcmp(ta, tb, std::size_t(na)) == 0 ? 0 : EIO;
-    }
-    if (S_ISDIR(a.st_mode)) {
-        Fd da(FileTreeOps::openDirectory(srcDir, srcName)),
-            db(FileTreeOps::openDirectory(dstDir, dstName));
-        if (!da || !db)
-            return errno;
-        std::vector<std::string> na, nb;
-        if (int e = FileTreeOps::entryNames(da.get(), na))
-            return e;
-        if (int e = FileTreeOps::entryNames(db.get(), nb))
-            return e;
-        if (na.size() != nb.size())
-            return EIO;
-        for (const std::string& name : na)
-            if (int e = verifyTree(da.get(), name.c_str(), db.get(), name.c_str()))
-                return e;
+        return na == nb && std::memcmp(ta.data(), tb.data(), std::size_t(na)) == 0 ? 0 : EIO;
     }
     return 0;
+}
+
+} // namespace
+
+// Compares a copy with its source: same kinds, names, link targets and bytes.
+// A difference reads as EIO.
+int FileTreeOps::verifyTree(int srcDir, const char* srcName, int dstDir, const char* dstName) {
+    struct stat a {};
+    if (::fstatat(srcDir, srcName, &a, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno;
+    if (!S_ISDIR(a.st_mode))
+        return verifyLeaf(srcDir, srcName, dstDir, dstName, a);
+    struct Verify : NoHooks {
+        int enter(int, int dParent, const char*, const char* dName, const struct stat&) {
+            struct stat b {};
+            if (::fstatat(dParent, dName, &b, AT_SYMLINK_NOFOLLOW) != 0)
+                return errno;
+            return S_ISDIR(b.st_mode) ? 0 : EIO;
+        }
+        int names(int, int dFd, std::vector<std::string>& children) {
+            std::vector<std::string> copied;
+            if (int e = FileTreeOps::entryNames(dFd, copied))
+                return e;
+            std::sort(children.begin(), children.end());
+            std::sort(copied.begin(), copied.end());
+            return children == copied ? 0 : EIO;
+        }
+        int leaf(int sParent, int dParent, const char* name, const struct stat& st) {
+            return verifyLeaf(sParent, name, dParent, name, st);
+        }
+    } hooks;
+    return walkFolders(srcDir, srcName, dstDir, dstName, a, hooks);
 }
 
 // Whether the whole source can be removed once it is copied, so that a move across
@@ -325,13 +511,16 @@ int FileTreeOps::checkRemovable(int dir, const char* name, dev_t device) {
         return errno;
     if (!S_ISDIR(st.st_mode))
         return 0;
-    if (st.st_dev != device)
-        return EBUSY;
-    if (::faccessat(dir, name, R_OK | W_OK | X_OK, 0) != 0)
-        return errno;
-    return forEachChild(dir, name, [device](int fd, const char* child) {
-        return checkRemovable(fd, child, device);
-    });
+    struct Check : NoHooks {
+        dev_t device;
+        int enter(int parent, int, const char* n, const char*, const struct stat& s) {
+            if (s.st_dev != device)
+                return EBUSY;
+            return ::faccessat(parent, n, R_OK | W_OK | X_OK, 0) == 0 ? 0 : errno;
+        }
+    } hooks;
+    hooks.device = device;
+    return walkFolders(dir, name, -1, name, st, hooks);
 }
 
 } // namespace ringfold

@@ -1,11 +1,13 @@
 #pragma once
-// The recursive pieces of moving and copying on disk, on folder descriptors and
+// The tree walks of moving and copying on disk, on folder descriptors and
 // names (the *at system calls), so that renamed or replaced parent folders cannot
 // redirect them. Every function returns 0 or an errno value. Blocking; callers make
 // one call per item from one thread.
 
+#include <map>
 #include <string>
 #include <sys/stat.h>
+#include <utility>
 #include <vector>
 
 namespace ringfold {
@@ -32,16 +34,31 @@ public:
         int m_fd;
     };
 
+    /// What a copy read from each source entry (by device and inode): its size and
+    /// modification time, so that a move removes only what it copied unchanged.
+    struct Fingerprint {
+        off_t size;
+        timespec mtime;
+    };
+    using Manifest = std::map<std::pair<dev_t, ino_t>, Fingerprint>;
+
     static int openDirectory(int dir, const char* name);
     /// The entry names of an open folder, without "." and "..".
     static int entryNames(int dirFd, std::vector<std::string>& out);
     /// Copies one item (recursively) to a new name, which must not exist. `created`
     /// tells whether the new top-level entry was made, so the caller can remove it.
+    /// `copied`, when given, receives every source entry as it was copied.
     static int copyEntry(int srcDir, const char* srcName, int dstDir, const char* dstName,
-                         bool& created);
+                         bool& created, Manifest* copied = nullptr);
     /// Removes an item and everything in it. `ownCopy`: the item is a partial copy of
     /// ours, whose folders may carry read-only bits copied from the source.
     static int removeTree(int dir, const char* name, bool ownCopy);
+    /// Removes from the source of a finished copy only the entries `copied` holds and
+    /// that are unchanged since (same inode, size and modification time); whatever is
+    /// new or changed stays, with the folders holding it. Goes on past failures.
+    /// Returns how many entries stayed; `firstError` the first failure's errno (or
+    /// ENOTEMPTY when entries stayed only because they were new or changed).
+    static int removeCopied(int dir, const char* name, const Manifest& copied, int& firstError);
     /// Compares a copy with its source: same kinds, names, link targets and bytes. A
     /// difference reads as EIO.
     static int verifyTree(int srcDir, const char* srcName, int dstDir, const char* dstName);

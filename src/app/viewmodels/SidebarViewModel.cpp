@@ -2,7 +2,6 @@
 
 #include "app/platform/VolumeWatcher.h"
 
-#include <QDir>
 #include <QMetaObject>
 #include <QPointer>
 #include <QTimer>
@@ -16,8 +15,27 @@ namespace ringfold {
 
 namespace {
 
+// Lexical clean-up on the path's bytes ("//", "." and ".." folded, no trailing "/"): a
+// trip through QString would turn every byte that isn't UTF-8 into U+FFFD and make two
+// different folders look alike.
 std::string cleanPath(const std::string& path) {
-    return QDir::cleanPath(QString::fromStdString(path)).toStdString();
+    const bool absolute = !path.empty() && path.front() == '/';
+    std::vector<std::string> parts;
+    for (std::size_t at = 0; at <= path.size();) {
+        const std::size_t end = std::min(path.find('/', at), path.size());
+        std::string part = path.substr(at, end - at);
+        at = end + 1;
+        if (part.empty() || part == ".")
+            continue;
+        if (part == ".." && !parts.empty() && parts.back() != "..")
+            parts.pop_back();
+        else if (part != ".." || !absolute)
+            parts.push_back(std::move(part));
+    }
+    std::string out = absolute ? "/" : "";
+    for (const std::string& part : parts)
+        out += (out.empty() || out == "/" ? "" : "/") + part;
+    return out.empty() ? "." : out;
 }
 
 std::string lastComponent(const std::string& path) {

@@ -7,6 +7,7 @@
 #include "app/viewmodels/FileListViewModel.h"
 #include "app/viewmodels/SystemJunkViewModel.h"
 
+#include <QFile>
 #include <QStringList>
 
 namespace ringfold {
@@ -202,7 +203,9 @@ std::vector<NodePtr> MainWindowModel::confirmMove() {
 
 void MainWindowModel::moveTo(std::vector<NodePtr> nodes, const QString& folder) {
     if (!nodes.empty() && !folder.isEmpty())
-        finish(Operation::move, m_fileOperations->moveTo(std::move(nodes), folder), false);
+        finish(Operation::move,
+               m_fileOperations->moveTo(std::move(nodes), QFile::encodeName(folder).toStdString()),
+               false);
 }
 
 void MainWindowModel::copyCleanupListTo(const QString& folder) {
@@ -211,7 +214,9 @@ void MainWindowModel::copyCleanupListTo(const QString& folder) {
 
 void MainWindowModel::copyTo(std::vector<NodePtr> nodes, const QString& folder) {
     if (!nodes.empty() && !folder.isEmpty())
-        finish(Operation::copy, m_fileOperations->copyTo(std::move(nodes), folder), false);
+        finish(Operation::copy,
+               m_fileOperations->copyTo(std::move(nodes), QFile::encodeName(folder).toStdString()),
+               false);
 }
 
 void MainWindowModel::removeDownloadOfCleanupList() {
