@@ -20,6 +20,8 @@ struct Piece {
     double cs, ss, ce, se; // cos and sin of the edges
     float inner[4];        // premultiplied, 0 ... 255, at the inner radius
     float slope[4];        // change per unit of t (inner -> reach)
+    int innerQ[4];         // the same in integers: inner * 256 and slope
+    int slopeQ[4];
 };
 
 void unpack(QRgb c, float out[4]) {
@@ -76,14 +78,30 @@ public:
                     if (radial <= 0)
                         continue;
                     const auto t = static_cast<float>(clamp01((r - r0) * invSpan));
-                    float c[4];
                     const Piece& q = m_pieces[hint];
                     if (radial >= 1 && q.cs * py - q.ss * px >= 0.5 && q.se * px - q.ce * py >= 0.5) {
+                        // Inside one piece: the common case, in integers.
+                        const auto ti = static_cast<int>(t * 256.0f + 0.5f);
+                        int c[4];
                         for (int i = 0; i < 4; ++i)
-                            c[i] = q.inner[i] + q.slope[i] * t;
-                    } else if (!edgePixel(px, py, r, t, static_cast<float>(radial), c, hint)) {
+                            c[i] = (q.innerQ[i] + q.slopeQ[i] * ti + 128) >> 8;
+                        QRgb& d = row[x];
+                        if (c[3] >= 255) {
+                            d = qRgba(c[0], c[1], c[2], 255);
+                        } else {
+                            const int keep = 255 - c[3];
+                            auto mix = [&](int v, int dst) {
+                                const int m = dst * keep + 128;
+                                return std::min(v + ((m + (m >> 8)) >> 8), 255);
+                            };
+                            d = qRgba(mix(c[0], qRed(d)), mix(c[1], qGreen(d)),
+                                      mix(c[2], qBlue(d)), mix(c[3], qAlpha(d)));
+                        }
                         continue;
                     }
+                    float c[4];
+                    if (!edgePixel(px, py, r, t, static_cast<float>(radial), c, hint))
+                        continue;
                     blend(row[x], c);
                 }
             }
@@ -111,6 +129,8 @@ private:
                 for (int k = 0; k < 4; ++k) {
                     p.inner[k] = in[k];
                     p.slope[k] = out[k] - in[k];
+                    p.innerQ[k] = static_cast<int>(in[k]) * 256;
+                    p.slopeQ[k] = static_cast<int>(out[k]) - static_cast<int>(in[k]);
                 }
                 m_pieces.push_back(p);
             }
