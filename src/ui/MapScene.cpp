@@ -40,9 +40,27 @@ QString displayName(const FileNode& node) {
 QString byteText(std::int64_t bytes) { return QString::fromStdString(formatByteCount(bytes)); }
 
 QFont font(int pixelSize, QFont::Weight weight) {
-    QFont f = QApplication::font();
+    // A fresh QFont resolves its face in the font database again on every measure;
+    // a kept one carries its resolved engine along. Font engines belong to the
+    // thread that loaded them, and the picture is drawn on a pool thread.
+    struct Kept {
+        QFont base;
+        int pixelSize;
+        QFont::Weight weight;
+        QFont font;
+    };
+    thread_local std::vector<Kept> kept;
+    const QFont base = QApplication::font();
+    for (const Kept& k : kept)
+        if (k.pixelSize == pixelSize && k.weight == weight && k.base == base &&
+            k.base.resolveMask() == base.resolveMask())
+            return k.font;
+    QFont f = base;
     f.setPixelSize(pixelSize);
     f.setWeight(weight);
+    if (kept.size() >= 16)
+        kept.clear();
+    kept.push_back({base, pixelSize, weight, f});
     return f;
 }
 
@@ -95,17 +113,23 @@ QPen hairlinePen(const QPainter& painter, QColor color, double width) {
 
 namespace {
 
-// Blends `ink` (premultiplied, 0 ... 1 per channel) at `coverage` into one pixel.
-inline void blendPixel(QRgb& px, const float ink[4], float coverage) {
-    const float keep = 1.0f - ink[3] * coverage;
-    auto mix = [&](int shift, float c) {
-        const float v = c * 255.0f * coverage + static_cast<float>((px >> shift) & 0xff) * keep;
-        return static_cast<QRgb>(std::min(v + 0.5f, 255.0f)) << shift;
+// Premultiplied ink, 0 ... 255 per channel.
+struct Ink {
+    int argb[4];
+};
+
+// Blends `ink` at `coverage` (0 ... 256) into one pixel, in fixed point: this runs
+// for every pixel of every separator.
+inline void blendPixel(QRgb& px, const Ink& ink, int coverage) {
+    const int keep = 256 - (ink.argb[0] * coverage + 127) / 255;
+    auto mix = [&](int shift, int c) {
+        const int v = (c * coverage + static_cast<int>((px >> shift) & 0xff) * keep + 128) >> 8;
+        return static_cast<QRgb>(std::min(v, 255)) << shift;
     };
-    px = mix(24, ink[3]) | mix(16, ink[0]) | mix(8, ink[1]) | mix(0, ink[2]);
+    px = mix(24, ink.argb[0]) | mix(16, ink.argb[1]) | mix(8, ink.argb[2]) | mix(0, ink.argb[3]);
 }
 
-void wuLine(QImage& image, QPointF a, QPointF b, const float ink[4]) {
+void wuLine(QImage& image, QPointF a, QPointF b, const Ink& ink) {
     const bool steep = std::abs(b.y() - a.y()) > std::abs(b.x() - a.x());
     // Walk the major axis one pixel centre at a time; the minor axis splits coverage.
     double ax = steep ? a.y() : a.x(), ay = steep ? a.x() : a.y();
@@ -121,17 +145,18 @@ void wuLine(QImage& image, QPointF a, QPointF b, const float ink[4]) {
     const int last = std::min(static_cast<int>(std::floor(bx - 0.5)), majorLimit - 1);
     auto* bits = reinterpret_cast<QRgb*>(image.bits());
     const auto stride = image.bytesPerLine() / 4;
+    const std::ptrdiff_t majorStep = steep ? stride : 1, minorStep = steep ? 1 : stride;
     for (int i = first; i <= last; ++i) {
         const double t = ay + slope * (i + 0.5 - ax) - 0.5;
-        const int j = static_cast<int>(std::floor(t));
-        const auto f = static_cast<float>(t - j);
-        for (int k = 0; k < 2; ++k) {
-            const int minor = j + k;
-            if (minor < 0 || minor >= minorLimit)
-                continue;
-            const int x = steep ? minor : i, y = steep ? i : minor;
-            blendPixel(bits[y * stride + x], ink, k == 0 ? 1.0f - f : f);
-        }
+        int j = static_cast<int>(t); // floor, without a library call per pixel
+        if (t < j)
+            --j;
+        const int f = static_cast<int>((t - j) * 256.0 + 0.5);
+        QRgb* at = bits + i * majorStep + j * minorStep;
+        if (j >= 0 && j < minorLimit)
+            blendPixel(*at, ink, 256 - f);
+        if (j + 1 >= 0 && j + 1 < minorLimit)
+            blendPixel(at[minorStep], ink, f);
     }
 }
 
@@ -151,7 +176,9 @@ void drawHairlines(QPainter& p, const std::vector<QLineF>& lines, const QPen& pe
     }
     const QColor c = pen.color();
     const float alpha = c.alphaF();
-    const float ink[4] = {c.redF() * alpha, c.greenF() * alpha, c.blueF() * alpha, alpha};
+    auto level = [](float v) { return static_cast<int>(v * 255.0f + 0.5f); };
+    const Ink ink{{level(alpha), level(c.redF() * alpha), level(c.greenF() * alpha),
+                   level(c.blueF() * alpha)}};
     for (const QLineF& line : lines)
         wuLine(*image, t.map(line.p1()), t.map(line.p2()), ink);
 }

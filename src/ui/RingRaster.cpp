@@ -49,16 +49,17 @@ public:
     void fill(const Ring& ring) {
         if (!preparePieces(ring))
             return;
-        const double r0 = ring.inner * m_s, r1 = ring.outer * m_s;
-        const double reach = std::max(ring.reach * m_s, r0 + 1e-6);
-        const double rOut = r1 + 0.5, rIn = std::max(r0 - 0.5, 0.0);
-        const double invSpan = 1.0 / (reach - r0);
+        m_hint = 0;
+        m_r0 = ring.inner * m_s;
+        m_r1 = ring.outer * m_s;
+        const double reach = std::max(ring.reach * m_s, m_r0 + 1e-6);
+        m_invSpan = 1.0 / (reach - m_r0);
+        const double rOut = m_r1 + 0.5, rIn = std::max(m_r0 - 0.5, 0.0);
         const int w = m_image.width(), h = m_image.height();
         const int yFirst = std::max(static_cast<int>(std::floor(m_c.y() - rOut)), 0);
         const int yLast = std::min(static_cast<int>(std::ceil(m_c.y() + rOut)), h - 1);
         auto* bits = reinterpret_cast<QRgb*>(m_image.bits());
         const auto stride = m_image.bytesPerLine() / 4;
-        std::size_t hint = 0;
         for (int y = yFirst; y <= yLast; ++y) {
             const double py = y + 0.5 - m_c.y();
             const double py2 = py * py;
@@ -69,46 +70,155 @@ public:
             const double spans[2][2] = {{-xo, xi < 0 ? xo : -xi}, {xi, xo}};
             QRgb* row = bits + static_cast<std::ptrdiff_t>(y) * stride;
             for (int k = 0; k < (xi < 0 ? 1 : 2); ++k) {
-                const int xFirst = std::max(static_cast<int>(std::ceil(m_c.x() + spans[k][0] - 0.5)), 0);
-                const int xLast = std::min(static_cast<int>(std::floor(m_c.x() + spans[k][1] - 0.5)), w - 1);
-                for (int x = xFirst; x <= xLast; ++x) {
-                    const double px = x + 0.5 - m_c.x();
-                    const double r = std::sqrt(px * px + py2);
-                    const double radial = clamp01(r1 + 0.5 - r) * clamp01(r - r0 + 0.5);
-                    if (radial <= 0)
-                        continue;
-                    const auto t = static_cast<float>(clamp01((r - r0) * invSpan));
-                    const Piece& q = m_pieces[hint];
-                    if (radial >= 1 && q.cs * py - q.ss * px >= 0.5 && q.se * px - q.ce * py >= 0.5) {
-                        // Inside one piece: the common case, in integers.
-                        const auto ti = static_cast<int>(t * 256.0f + 0.5f);
-                        int c[4];
-                        for (int i = 0; i < 4; ++i)
-                            c[i] = (q.innerQ[i] + q.slopeQ[i] * ti + 128) >> 8;
-                        QRgb& d = row[x];
-                        if (c[3] >= 255) {
-                            d = qRgba(c[0], c[1], c[2], 255);
-                        } else {
-                            const int keep = 255 - c[3];
-                            auto mix = [&](int v, int dst) {
-                                const int m = dst * keep + 128;
-                                return std::min(v + ((m + (m >> 8)) >> 8), 255);
-                            };
-                            d = qRgba(mix(c[0], qRed(d)), mix(c[1], qGreen(d)),
-                                      mix(c[2], qBlue(d)), mix(c[3], qAlpha(d)));
-                        }
-                        continue;
-                    }
-                    float c[4];
-                    if (!edgePixel(px, py, r, t, static_cast<float>(radial), c, hint))
-                        continue;
-                    blend(row[x], c);
-                }
+                const int xFirst =
+                    std::max(static_cast<int>(std::ceil(m_c.x() + spans[k][0] - 0.5)), 0);
+                const int xLast =
+                    std::min(static_cast<int>(std::floor(m_c.x() + spans[k][1] - 0.5)), w - 1);
+                if (xFirst <= xLast)
+                    paintSpan(row, py, xFirst, xLast);
             }
         }
     }
 
 private:
+    double angleAt(double px, double py) const {
+        const double a = std::atan2(py, px);
+        return a < 0 ? a + kTwoPi : a;
+    }
+
+    // One row's pixels of the ring on one side of the hole. Along such a span the
+    // angle changes monotonically, so the runs' edges cut it into stretches that lie
+    // wholly in one run (filled at the cost of a store) and short stretches around
+    // each edge (and at the circles), where the coverage is worked out per pixel.
+    __attribute__((noinline)) void paintSpan(QRgb* row, double py, int xFirst, int xLast) {
+        const int n = xLast - xFirst + 1;
+        m_radius.resize(static_cast<std::size_t>(n));
+        m_level.resize(static_cast<std::size_t>(n));
+        const auto fpy2 = static_cast<float>(py * py);
+        const auto px0 = static_cast<float>(xFirst + 0.5 - m_c.x());
+        const auto r0 = static_cast<float>(m_r0), inv = static_cast<float>(m_invSpan);
+        float* radius = m_radius.data();
+        int* level = m_level.data();
+        for (int i = 0; i < n; ++i) {
+            const float px = px0 + static_cast<float>(i);
+            const float r = std::sqrt(px * px + fpy2);
+            radius[i] = r;
+            level[i] = static_cast<int>(std::clamp((r - r0) * inv, 0.0f, 1.0f) * 256.0f + 0.5f);
+        }
+
+        // The stretches around the edges that cross this span, in pixel indices.
+        const double pxFirst = xFirst + 0.5 - m_c.x(), pxLast = xLast + 0.5 - m_c.x();
+        const double a0 = angleAt(pxFirst, py), a1 = angleAt(pxLast, py);
+        const double margin = 2.0 / std::max(m_r0, 1.0);
+        const double lo = std::min(a0, a1) - margin, hi = std::max(a0, a1) + margin;
+        m_zones.clear();
+        auto edgeZone = [&](double c, double s) {
+            // Pixels whose centre is within half a pixel of the edge's line.
+            if (std::abs(s) < 1e-12) {
+                if (std::abs(c * py) < 0.5)
+                    m_zones.push_back({xFirst, xLast});
+                return;
+            }
+            double za = (c * py - 0.5) / s, zb = (c * py + 0.5) / s;
+            if (za > zb)
+                std::swap(za, zb);
+            const int first = std::max(static_cast<int>(std::ceil(za + m_c.x() - 0.5)), xFirst);
+            const int last = std::min(static_cast<int>(std::floor(zb + m_c.x() - 0.5)), xLast);
+            if (first <= last)
+                m_zones.push_back({first, last});
+        };
+        auto collect = [&](double from, double to) {
+            auto it = std::upper_bound(m_pieces.begin(), m_pieces.end(), from,
+                                       [](double v, const Piece& q) { return v < q.end; });
+            for (; it != m_pieces.end() && it->start < to; ++it) {
+                edgeZone(it->cs, it->ss);
+                edgeZone(it->ce, it->se);
+            }
+        };
+        collect(lo, hi);
+        if (lo < 0)
+            collect(lo + kTwoPi, kTwoPi);
+        if (hi > kTwoPi)
+            collect(0, hi - kTwoPi);
+        std::sort(m_zones.begin(), m_zones.end());
+
+        const auto inner = static_cast<float>(m_r0 + 0.5), outer = static_cast<float>(m_r1 - 0.5);
+        std::size_t zone = 0;
+        std::size_t hint = m_hint;
+        int x = xFirst;
+        while (x <= xLast) {
+            while (zone < m_zones.size() && m_zones[zone].second < x)
+                ++zone;
+            const bool inZone = zone < m_zones.size() && m_zones[zone].first <= x;
+            const int end = inZone ? m_zones[zone].second
+                                   : (zone < m_zones.size() ? m_zones[zone].first - 1 : xLast);
+            if (inZone) {
+                for (; x <= end; ++x)
+                    slowPixel(row, x, xFirst, py, hint);
+                continue;
+            }
+            // A stretch inside one run or one gap: find which from its first pixel.
+            const double px = x + 0.5 - m_c.x();
+            const Piece* q = locate(px, py, hint) ? &m_pieces[hint] : nullptr;
+            for (; x <= end; ++x) {
+                const float r = radius[x - xFirst];
+                if (r < inner || r > outer)
+                    slowPixel(row, x, xFirst, py, hint);
+                else if (q)
+                    storeInside(row[x], *q, level[x - xFirst]);
+            }
+        }
+        m_hint = hint;
+    }
+
+    // Whether the pixel centre lies inside a piece; `hint` becomes that piece, or
+    // the piece before the gap it lies in.
+    bool locate(double px, double py, std::size_t& hint) const {
+        const std::size_t n = m_pieces.size();
+        for (int step = 0; step < 4; ++step) {
+            const Piece& q = m_pieces[hint];
+            const double ds = q.cs * py - q.ss * px, de = q.se * px - q.ce * py;
+            if (ds >= 0 && de >= 0)
+                return true;
+            hint = ds < 0 ? (hint == 0 ? n - 1 : hint - 1) : (hint + 1 == n ? 0 : hint + 1);
+        }
+        const double a = angleAt(px, py);
+        auto it = std::upper_bound(m_pieces.begin(), m_pieces.end(), a,
+                                   [](double v, const Piece& q) { return v < q.start; });
+        hint = it == m_pieces.begin() ? n - 1 : static_cast<std::size_t>(it - m_pieces.begin() - 1);
+        const Piece& q = m_pieces[hint];
+        return q.cs * py - q.ss * px >= 0 && q.se * px - q.ce * py >= 0;
+    }
+
+    static void storeInside(QRgb& d, const Piece& q, int level) {
+        int c[4];
+        for (int i = 0; i < 4; ++i)
+            c[i] = (q.innerQ[i] + q.slopeQ[i] * level + 128) >> 8;
+        if (c[3] >= 255) {
+            d = qRgba(c[0], c[1], c[2], 255);
+            return;
+        }
+        const int keep = 255 - c[3];
+        auto mix = [&](int v, int dst) {
+            const int m = dst * keep + 128;
+            return std::min(v + ((m + (m >> 8)) >> 8), 255);
+        };
+        d = qRgba(mix(c[0], qRed(d)), mix(c[1], qGreen(d)), mix(c[2], qBlue(d)),
+                  mix(c[3], qAlpha(d)));
+    }
+
+    __attribute__((noinline)) void slowPixel(QRgb* row, int x, int xFirst, double py, std::size_t& hint) const {
+        const double px = x + 0.5 - m_c.x();
+        const double r = m_radius[x - xFirst];
+        const double radial = clamp01(m_r1 + 0.5 - r) * clamp01(r - m_r0 + 0.5);
+        if (radial <= 0)
+            return;
+        const auto t = static_cast<float>(clamp01((r - m_r0) * m_invSpan));
+        float c[4];
+        if (edgePixel(px, py, r, t, static_cast<float>(radial), c, hint))
+            blend(row[x], c);
+    }
+
     bool preparePieces(const Ring& ring) {
         m_pieces.clear();
         for (const RingRun& run : ring.runs) {
@@ -139,35 +249,74 @@ private:
     }
 
     // Sums the pieces whose edges pass within about a pixel of this one; false when
-    // none covers any of it.
-    bool edgePixel(double px, double py, double r, float t, float radial, float c[4],
+    // none covers any of it. Consecutive pixels lie in the same or a neighbouring
+    // piece, so the search walks from the last one and only falls back to the
+    // pixel's angle when the walk goes far.
+    __attribute__((noinline)) bool edgePixel(double px, double py, double r, float t, float radial, float c[4],
                    std::size_t& hint) const {
-        double a = std::atan2(py, px);
-        if (a < 0)
-            a += kTwoPi;
-        const double margin = 1.0 / std::max(r, 1.0);
+        const std::size_t n = m_pieces.size();
+        auto next = [n](std::size_t k) { return k + 1 == n ? 0 : k + 1; };
+        auto prev = [n](std::size_t k) { return k == 0 ? n - 1 : k - 1; };
+        std::size_t lo = hint, hi = hint;
+        int dir = 0;
+        bool found = false;
+        for (int step = 0; step < 8 && !found; ++step) {
+            const Piece& q = m_pieces[lo];
+            const double ds = q.cs * py - q.ss * px, de = q.se * px - q.ce * py;
+            if (ds >= 0 && de >= 0) {
+                hi = lo;
+                found = true;
+            } else if (ds < 0) {
+                if (dir > 0) { // stepped forward past it: a gap between two pieces
+                    hi = lo;
+                    lo = prev(lo);
+                    found = true;
+                } else {
+                    dir = -1;
+                    lo = prev(lo);
+                }
+            } else {
+                if (dir < 0) {
+                    hi = next(lo);
+                    found = true;
+                } else {
+                    dir = 1;
+                    lo = next(lo);
+                }
+            }
+        }
+        if (!found) {
+            double a = std::atan2(py, px);
+            if (a < 0)
+                a += kTwoPi;
+            auto it = std::upper_bound(m_pieces.begin(), m_pieces.end(), a,
+                                       [](double v, const Piece& q) { return v < q.start; });
+            hi = it == m_pieces.end() ? 0 : static_cast<std::size_t>(it - m_pieces.begin());
+            lo = prev(hi);
+            if (a < m_pieces[lo].end || (it == m_pieces.begin() && a + kTwoPi < m_pieces[lo].end))
+                hi = lo;
+        }
+        hint = lo;
+        (void)r;
         float sum[4] = {0, 0, 0, 0};
         bool any = false;
-        auto gather = [&](double angle) {
-            auto it = std::upper_bound(m_pieces.begin(), m_pieces.end(), angle,
-                                       [](double v, const Piece& q) { return v < q.start; });
-            // Pieces starting after the angle, then those at or before it.
-            for (auto j = it; j != m_pieces.end() && j->start < angle + margin; ++j)
-                any |= add(*j, px, py, t, sum);
-            for (auto j = it; j != m_pieces.begin();) {
-                --j;
-                if (j->end <= angle - margin)
-                    break;
-                any |= add(*j, px, py, t, sum);
-            }
-            if (it != m_pieces.begin() && angle < (it - 1)->end)
-                hint = static_cast<std::size_t>(it - m_pieces.begin() - 1);
-        };
-        gather(a);
-        if (a < margin)
-            gather(a + kTwoPi);
-        if (a > kTwoPi - margin)
-            gather(a - kTwoPi);
+        // Back from `lo` while the previous piece may reach into this pixel, then on
+        // from `hi` likewise; never round the ring more than once.
+        std::size_t k = lo;
+        for (std::size_t i = 0; i < n; ++i, k = prev(k)) {
+            const Piece& q = m_pieces[k];
+            any |= add(q, px, py, t, sum);
+            if (q.cs * py - q.ss * px >= 1.0)
+                break;
+        }
+        k = hi;
+        for (std::size_t i = 0; i < n; ++i, k = next(k)) {
+            const Piece& q = m_pieces[k];
+            if (k != lo)
+                any |= add(q, px, py, t, sum);
+            if (q.se * px - q.ce * py >= 1.0 || next(k) == lo)
+                break;
+        }
         if (!any)
             return false;
         for (int i = 0; i < 4; ++i)
@@ -190,6 +339,11 @@ private:
     QPointF m_c;
     double m_s;
     std::vector<Piece> m_pieces;
+    double m_r0 = 0, m_r1 = 0, m_invSpan = 0;
+    std::size_t m_hint = 0;
+    std::vector<float> m_radius;
+    std::vector<int> m_level;
+    std::vector<std::pair<int, int>> m_zones;
 };
 
 } // namespace
