@@ -113,20 +113,24 @@ QPen hairlinePen(const QPainter& painter, QColor color, double width) {
 
 namespace {
 
-// Premultiplied ink, 0 ... 255 per channel.
+// Premultiplied ARGB32 ink.
 struct Ink {
-    int argb[4];
+    QRgb argb;
 };
 
-// Blends `ink` at `coverage` (0 ... 256) into one pixel, in fixed point: this runs
-// for every pixel of every separator.
+// Every channel of `x` times a / 256, two channels per multiply.
+inline QRgb byteMul256(QRgb x, QRgb a) {
+    const QRgb rb = (((x & 0x00ff00ffu) * a) >> 8) & 0x00ff00ffu;
+    const QRgb ag = (((x >> 8) & 0x00ff00ffu) * a) & 0xff00ff00u;
+    return rb | ag;
+}
+
+// Blends `ink` at `coverage` (0 ... 256) into one pixel: source-over in premultiplied
+// 8-bit channels, which cannot carry from one channel into the next. This runs for
+// every pixel of every separator.
 inline void blendPixel(QRgb& px, const Ink& ink, int coverage) {
-    const int keep = 256 - (ink.argb[0] * coverage + 127) / 255;
-    auto mix = [&](int shift, int c) {
-        const int v = (c * coverage + static_cast<int>((px >> shift) & 0xff) * keep + 128) >> 8;
-        return static_cast<QRgb>(std::min(v, 255)) << shift;
-    };
-    px = mix(24, ink.argb[0]) | mix(16, ink.argb[1]) | mix(8, ink.argb[2]) | mix(0, ink.argb[3]);
+    const QRgb s = byteMul256(ink.argb, static_cast<QRgb>(coverage));
+    px = s + byteMul256(px, 256u - qAlpha(s));
 }
 
 void wuLine(QImage& image, QPointF a, QPointF b, const Ink& ink) {
@@ -177,8 +181,8 @@ void drawHairlines(QPainter& p, const std::vector<QLineF>& lines, const QPen& pe
     const QColor c = pen.color();
     const float alpha = c.alphaF();
     auto level = [](float v) { return static_cast<int>(v * 255.0f + 0.5f); };
-    const Ink ink{{level(alpha), level(c.redF() * alpha), level(c.greenF() * alpha),
-                   level(c.blueF() * alpha)}};
+    const Ink ink{qRgba(level(c.redF() * alpha), level(c.greenF() * alpha),
+                        level(c.blueF() * alpha), level(alpha))};
     for (const QLineF& line : lines)
         wuLine(*image, t.map(line.p1()), t.map(line.p2()), ink);
 }
