@@ -90,7 +90,7 @@ private:
     // angle changes monotonically, so the runs' edges cut it into stretches that lie
     // wholly in one run (filled at the cost of a store) and short stretches around
     // each edge (and at the circles), where the coverage is worked out per pixel.
-    __attribute__((noinline)) void paintSpan(QRgb* row, double py, int xFirst, int xLast) {
+    void paintSpan(QRgb* row, double py, int xFirst, int xLast) {
         const int n = xLast - xFirst + 1;
         m_radius.resize(static_cast<std::size_t>(n));
         m_level.resize(static_cast<std::size_t>(n));
@@ -112,27 +112,37 @@ private:
         const double margin = 2.0 / std::max(m_r0, 1.0);
         const double lo = std::min(a0, a1) - margin, hi = std::max(a0, a1) + margin;
         m_zones.clear();
-        auto edgeZone = [&](double c, double s) {
+        const std::size_t count = m_pieces.size();
+        auto joined = [this](std::size_t a, std::size_t b) { // piece a ends where b starts
+            return m_pieces[a].end == m_pieces[b].start;
+        };
+        auto edgeZone = [&](double c, double s, int left, int right) {
             // Pixels whose centre is within half a pixel of the edge's line.
+            int first = xFirst, last = xLast;
             if (std::abs(s) < 1e-12) {
-                if (std::abs(c * py) < 0.5)
-                    m_zones.push_back({xFirst, xLast});
-                return;
+                if (std::abs(c * py) >= 0.5)
+                    return;
+            } else {
+                double za = (c * py - 0.5) / s, zb = (c * py + 0.5) / s;
+                if (za > zb)
+                    std::swap(za, zb);
+                first = std::max(static_cast<int>(std::ceil(za + m_c.x() - 0.5)), xFirst);
+                last = std::min(static_cast<int>(std::floor(zb + m_c.x() - 0.5)), xLast);
             }
-            double za = (c * py - 0.5) / s, zb = (c * py + 0.5) / s;
-            if (za > zb)
-                std::swap(za, zb);
-            const int first = std::max(static_cast<int>(std::ceil(za + m_c.x() - 0.5)), xFirst);
-            const int last = std::min(static_cast<int>(std::floor(zb + m_c.x() - 0.5)), xLast);
             if (first <= last)
-                m_zones.push_back({first, last});
+                m_zones.push_back({first, last, c, s, left, right});
         };
         auto collect = [&](double from, double to) {
             auto it = std::upper_bound(m_pieces.begin(), m_pieces.end(), from,
                                        [](double v, const Piece& q) { return v < q.end; });
             for (; it != m_pieces.end() && it->start < to; ++it) {
-                edgeZone(it->cs, it->ss);
-                edgeZone(it->ce, it->se);
+                const auto k = static_cast<std::size_t>(it - m_pieces.begin());
+                const std::size_t before = k == 0 ? count - 1 : k - 1;
+                const std::size_t after = k + 1 == count ? 0 : k + 1;
+                edgeZone(it->cs, it->ss, joined(before, k) ? static_cast<int>(before) : -1,
+                         static_cast<int>(k));
+                edgeZone(it->ce, it->se, static_cast<int>(k),
+                         joined(k, after) ? static_cast<int>(after) : -1);
             }
         };
         collect(lo, hi);
@@ -140,23 +150,40 @@ private:
             collect(lo + kTwoPi, kTwoPi);
         if (hi > kTwoPi)
             collect(0, hi - kTwoPi);
-        std::sort(m_zones.begin(), m_zones.end());
+        std::sort(m_zones.begin(), m_zones.end(),
+                  [](const Zone& a, const Zone& b) { return a.first < b.first; });
 
         const auto inner = static_cast<float>(m_r0 + 0.5), outer = static_cast<float>(m_r1 - 0.5);
         std::size_t zone = 0;
         std::size_t hint = m_hint;
         int x = xFirst;
         while (x <= xLast) {
-            while (zone < m_zones.size() && m_zones[zone].second < x)
-                ++zone;
-            const bool inZone = zone < m_zones.size() && m_zones[zone].first <= x;
-            const int end = inZone ? m_zones[zone].second
-                                   : (zone < m_zones.size() ? m_zones[zone].first - 1 : xLast);
-            if (inZone) {
-                for (; x <= end; ++x)
-                    slowPixel(row, x, xFirst, py, hint);
+            if (zone < m_zones.size() && m_zones[zone].first <= x) {
+                // Overlapping stretches form one cluster; a cluster around a single
+                // edge splits each pixel between the two pieces on either side.
+                const Zone& z = m_zones[zone];
+                int last = z.last;
+                bool single = true;
+                std::size_t j = zone + 1;
+                for (; j < m_zones.size() && m_zones[j].first <= last; ++j) {
+                    single = single && m_zones[j].cs == z.cs && m_zones[j].ss == z.ss;
+                    last = std::max(last, m_zones[j].last);
+                }
+                int left = z.left, right = z.right;
+                for (std::size_t i = zone + 1; i < j; ++i) {
+                    left = std::max(left, m_zones[i].left);
+                    right = std::max(right, m_zones[i].right);
+                }
+                for (; x <= last; ++x) {
+                    if (single)
+                        splitPixel(row, x, xFirst, py, z, left, right);
+                    else
+                        slowPixel(row, x, xFirst, py, hint);
+                }
+                zone = j;
                 continue;
             }
+            const int end = zone < m_zones.size() ? m_zones[zone].first - 1 : xLast;
             // A stretch inside one run or one gap: find which from its first pixel.
             const double px = x + 0.5 - m_c.x();
             const Piece* q = locate(px, py, hint) ? &m_pieces[hint] : nullptr;
@@ -207,7 +234,38 @@ private:
                   mix(c[3], qAlpha(d)));
     }
 
-    __attribute__((noinline)) void slowPixel(QRgb* row, int x, int xFirst, double py, std::size_t& hint) const {
+    struct Zone {
+        int first, last;
+        double cs, ss;   // the edge's direction
+        int left, right; // the pieces before and after it, -1 for a gap
+    };
+
+    // A pixel near one edge only: its share on either side of the edge's line.
+    void splitPixel(QRgb* row, int x, int xFirst, double py, const Zone& z, int left,
+                    int right) const {
+        const double px = x + 0.5 - m_c.x();
+        const double r = m_radius[static_cast<std::size_t>(x - xFirst)];
+        const double radial = clamp01(m_r1 + 0.5 - r) * clamp01(r - m_r0 + 0.5);
+        if (radial <= 0)
+            return;
+        const float t = static_cast<float>(m_level[static_cast<std::size_t>(x - xFirst)]) / 256.0f;
+        const double after = clamp01(0.5 + z.cs * py - z.ss * px);
+        float c[4] = {0, 0, 0, 0};
+        auto add = [&](int piece, double share) {
+            if (piece < 0 || share <= 0)
+                return;
+            const Piece& q = m_pieces[static_cast<std::size_t>(piece)];
+            const auto f = static_cast<float>(share * radial);
+            for (int i = 0; i < 4; ++i)
+                c[i] += (q.inner[i] + q.slope[i] * t) * f;
+        };
+        add(left, 1 - after);
+        add(right, after);
+        if (c[3] > 0)
+            blend(row[x], c);
+    }
+
+    void slowPixel(QRgb* row, int x, int xFirst, double py, std::size_t& hint) const {
         const double px = x + 0.5 - m_c.x();
         const double r = m_radius[x - xFirst];
         const double radial = clamp01(m_r1 + 0.5 - r) * clamp01(r - m_r0 + 0.5);
@@ -252,7 +310,7 @@ private:
     // none covers any of it. Consecutive pixels lie in the same or a neighbouring
     // piece, so the search walks from the last one and only falls back to the
     // pixel's angle when the walk goes far.
-    __attribute__((noinline)) bool edgePixel(double px, double py, double r, float t, float radial, float c[4],
+    bool edgePixel(double px, double py, double r, float t, float radial, float c[4],
                    std::size_t& hint) const {
         const std::size_t n = m_pieces.size();
         auto next = [n](std::size_t k) { return k + 1 == n ? 0 : k + 1; };
@@ -343,7 +401,7 @@ private:
     std::size_t m_hint = 0;
     std::vector<float> m_radius;
     std::vector<int> m_level;
-    std::vector<std::pair<int, int>> m_zones;
+    std::vector<Zone> m_zones;
 };
 
 } // namespace
