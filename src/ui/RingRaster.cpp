@@ -114,7 +114,8 @@ private:
         m_zones.clear();
         const std::size_t count = m_pieces.size();
         auto joined = [this](std::size_t a, std::size_t b) { // piece a ends where b starts
-            return m_pieces[a].end == m_pieces[b].start;
+            return m_pieces[a].end == m_pieces[b].start ||
+                   (m_pieces[a].end >= kTwoPi && m_pieces[b].start <= 0);
         };
         auto edgeZone = [&](double c, double s, int left, int right) {
             // Pixels whose centre is within half a pixel of the edge's line.
@@ -273,7 +274,7 @@ private:
             return;
         const auto t = static_cast<float>(clamp01((r - m_r0) * m_invSpan));
         float c[4];
-        if (edgePixel(px, py, r, t, static_cast<float>(radial), c, hint))
+        if (edgePixel(px, py, t, static_cast<float>(radial), c, hint))
             blend(row[x], c);
     }
 
@@ -310,7 +311,7 @@ private:
     // none covers any of it. Consecutive pixels lie in the same or a neighbouring
     // piece, so the search walks from the last one and only falls back to the
     // pixel's angle when the walk goes far.
-    bool edgePixel(double px, double py, double r, float t, float radial, float c[4],
+    bool edgePixel(double px, double py, float t, float radial, float c[4],
                    std::size_t& hint) const {
         const std::size_t n = m_pieces.size();
         auto next = [n](std::size_t k) { return k + 1 == n ? 0 : k + 1; };
@@ -355,7 +356,6 @@ private:
                 hi = lo;
         }
         hint = lo;
-        (void)r;
         float sum[4] = {0, 0, 0, 0};
         bool any = false;
         // Back from `lo` while the previous piece may reach into this pixel, then on
