@@ -40,27 +40,9 @@ QString displayName(const FileNode& node) {
 QString byteText(std::int64_t bytes) { return QString::fromStdString(formatByteCount(bytes)); }
 
 QFont font(int pixelSize, QFont::Weight weight) {
-    // A fresh QFont resolves its face in the font database again on every measure;
-    // a kept one carries its resolved engine along. Font engines belong to the
-    // thread that loaded them, and the picture is drawn on a pool thread.
-    struct Kept {
-        QFont base;
-        int pixelSize;
-        QFont::Weight weight;
-        QFont font;
-    };
-    thread_local std::vector<Kept> kept;
-    const QFont base = QApplication::font();
-    for (const Kept& k : kept)
-        if (k.pixelSize == pixelSize && k.weight == weight && k.base == base &&
-            k.base.resolveMask() == base.resolveMask())
-            return k.font;
-    QFont f = base;
+    QFont f = QApplication::font();
     f.setPixelSize(pixelSize);
     f.setWeight(weight);
-    if (kept.size() >= 16)
-        kept.clear();
-    kept.push_back({base, pixelSize, weight, f});
     return f;
 }
 

@@ -2,7 +2,6 @@
 
 #include "ui/RingRaster.h"
 
-#include <QApplication>
 #include <QFontMetricsF>
 #include <QPainter>
 #include <QRadialGradient>
@@ -274,26 +273,8 @@ void SunburstPainter::paintHub(QPainter& p) const {
     const QColor nameColor = dark ? QColor(Qt::white) : m_scene.colors.label;
     const QColor sizeColor = dark ? white(0.6) : m_scene.colors.secondary;
 
-    // Measuring the name in up to three sizes costs more than the rest of the hub; a
-    // repaint of the same folder at the same size fits it the same way.
-    struct Fitted {
-        QString name;
-        double width = -1;
-        QFont base;
-        QString text;
-        QFont font;
-    };
-    thread_local Fitted fitted;
-    const QString fullName = mapdraw::displayName(*m_scene.focused);
-    const QFont appFont = QApplication::font();
-    if (fitted.width != 0.82 * D || fitted.name != fullName || !(fitted.base == appFont)) {
-        fitted.name = fullName;
-        fitted.width = 0.82 * D;
-        fitted.base = appFont;
-        fitted.text = fitHubName(fullName, fitted.width, fitted.font);
-    }
-    const QFont nameFont = fitted.font;
-    const QString& name = fitted.text;
+    QFont nameFont;
+    const QString name = fitHubName(mapdraw::displayName(*m_scene.focused), 0.82 * D, nameFont);
     const double hn = QFontMetricsF(nameFont).height();
     auto drawCentred = [&](const QString& text, const QFont& font, QColor color, double cy,
                            double height) {
