@@ -126,8 +126,12 @@ MapScene ChartView::scene() const {
 
 void ChartView::rebuildPicture(const MapScene& scene) {
     const qreal dpr = devicePixelRatioF();
-    QImage image((QSizeF(m_cachedSize) * dpr).toSize(), QImage::Format_RGB32);
-    image.setDevicePixelRatio(dpr);
+    const QSize pixels = (QSizeF(m_cachedSize) * dpr).toSize();
+    // A new picture of this size would cost page faults for every one of its pages.
+    if (m_picture.size() != pixels || m_picture.format() != QImage::Format_RGB32)
+        m_picture = QImage(pixels, QImage::Format_RGB32);
+    m_picture.setDevicePixelRatio(dpr);
+    QImage& image = m_picture;
     const VisualizationMode mode = m_segmentsMode;
     auto paint = [&image, &scene, mode] {
         image.fill(scene.colors.window);
@@ -151,7 +155,6 @@ void ChartView::rebuildPicture(const MapScene& scene) {
         done.acquire();
     else
         paint();
-    m_picture = QPixmap::fromImage(std::move(image));
     m_pictureValid = true;
 }
 
@@ -166,7 +169,7 @@ void ChartView::paintEvent(QPaintEvent*) {
     const MapScene s = scene();
     if (!m_pictureValid || m_picture.devicePixelRatio() != devicePixelRatioF())
         rebuildPicture(s);
-    p.drawPixmap(0, 0, m_picture);
+    p.drawImage(0, 0, m_picture);
     p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
     if (m_segmentsMode == VisualizationMode::sunburst)
         SunburstPainter(s).paintOverlay(p);

@@ -15,6 +15,7 @@
 
 #include "core/layout/MapSegment.h"
 
+#include <QImage>
 #include <QPixmap>
 #include <QWidget>
 
@@ -104,7 +105,7 @@ private:
     QSize m_cachedSize;
     bool m_layoutPending = false;
     int m_layoutCount = 0;
-    QPixmap m_picture;
+    QImage m_picture; // reused from paint to paint while the size holds
     bool m_pictureValid = false;
 
     bool m_showingInaccessibleInfo = false;

@@ -95,17 +95,27 @@ QPen hairlinePen(const QPainter& painter, QColor color, double width) {
 
 namespace {
 
-// Blends `ink` (premultiplied, 0 ... 1 per channel) at `coverage` into one pixel.
-inline void blendPixel(QRgb& px, const float ink[4], float coverage) {
-    const float keep = 1.0f - ink[3] * coverage;
-    auto mix = [&](int shift, float c) {
-        const float v = c * 255.0f * coverage + static_cast<float>((px >> shift) & 0xff) * keep;
-        return static_cast<QRgb>(std::min(v + 0.5f, 255.0f)) << shift;
-    };
-    px = mix(24, ink[3]) | mix(16, ink[0]) | mix(8, ink[1]) | mix(0, ink[2]);
+// Premultiplied ARGB32 ink.
+struct Ink {
+    QRgb argb;
+};
+
+// Every channel of `x` times a / 256, two channels per multiply.
+inline QRgb byteMul256(QRgb x, QRgb a) {
+    const QRgb rb = (((x & 0x00ff00ffu) * a) >> 8) & 0x00ff00ffu;
+    const QRgb ag = (((x >> 8) & 0x00ff00ffu) * a) & 0xff00ff00u;
+    return rb | ag;
 }
 
-void wuLine(QImage& image, QPointF a, QPointF b, const float ink[4]) {
+// Blends `ink` at `coverage` (0 ... 256) into one pixel: source-over in premultiplied
+// 8-bit channels, which cannot carry from one channel into the next. This runs for
+// every pixel of every separator.
+inline void blendPixel(QRgb& px, const Ink& ink, int coverage) {
+    const QRgb s = byteMul256(ink.argb, static_cast<QRgb>(coverage));
+    px = s + byteMul256(px, 256u - qAlpha(s));
+}
+
+void wuLine(QImage& image, QPointF a, QPointF b, const Ink& ink) {
     const bool steep = std::abs(b.y() - a.y()) > std::abs(b.x() - a.x());
     // Walk the major axis one pixel centre at a time; the minor axis splits coverage.
     double ax = steep ? a.y() : a.x(), ay = steep ? a.x() : a.y();
@@ -121,17 +131,18 @@ void wuLine(QImage& image, QPointF a, QPointF b, const float ink[4]) {
     const int last = std::min(static_cast<int>(std::floor(bx - 0.5)), majorLimit - 1);
     auto* bits = reinterpret_cast<QRgb*>(image.bits());
     const auto stride = image.bytesPerLine() / 4;
+    const std::ptrdiff_t majorStep = steep ? stride : 1, minorStep = steep ? 1 : stride;
     for (int i = first; i <= last; ++i) {
         const double t = ay + slope * (i + 0.5 - ax) - 0.5;
-        const int j = static_cast<int>(std::floor(t));
-        const auto f = static_cast<float>(t - j);
-        for (int k = 0; k < 2; ++k) {
-            const int minor = j + k;
-            if (minor < 0 || minor >= minorLimit)
-                continue;
-            const int x = steep ? minor : i, y = steep ? i : minor;
-            blendPixel(bits[y * stride + x], ink, k == 0 ? 1.0f - f : f);
-        }
+        int j = static_cast<int>(t); // floor, without a library call per pixel
+        if (t < j)
+            --j;
+        const int f = static_cast<int>((t - j) * 256.0 + 0.5);
+        QRgb* at = bits + i * majorStep + j * minorStep;
+        if (j >= 0 && j < minorLimit)
+            blendPixel(*at, ink, 256 - f);
+        if (j + 1 >= 0 && j + 1 < minorLimit)
+            blendPixel(at[minorStep], ink, f);
     }
 }
 
@@ -151,7 +162,9 @@ void drawHairlines(QPainter& p, const std::vector<QLineF>& lines, const QPen& pe
     }
     const QColor c = pen.color();
     const float alpha = c.alphaF();
-    const float ink[4] = {c.redF() * alpha, c.greenF() * alpha, c.blueF() * alpha, alpha};
+    auto level = [](float v) { return static_cast<int>(v * 255.0f + 0.5f); };
+    const Ink ink{qRgba(level(c.redF() * alpha), level(c.greenF() * alpha),
+                        level(c.blueF() * alpha), level(alpha))};
     for (const QLineF& line : lines)
         wuLine(*image, t.map(line.p1()), t.map(line.p2()), ink);
 }

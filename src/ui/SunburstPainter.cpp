@@ -1,5 +1,7 @@
 #include "ui/SunburstPainter.h"
 
+#include "ui/RingRaster.h"
+
 #include <QFontMetricsF>
 #include <QPainter>
 #include <QRadialGradient>
@@ -152,15 +154,31 @@ void SunburstPainter::paintBase(QPainter& p) const {
         }
     }
 
+    // The fill under a faint light falling off from the ring's inner edge.
     const double shading = 0.32 * style.segmentGradientDepth;
+    auto reach = [](const Arc& run) { return std::max(run.inner + 1, run.outer); };
+    std::vector<mapdraw::Ring> rings;
+    std::map<std::pair<double, double>, std::size_t> ringOf;
     for (const Arc& run : fills) {
-        // The fill under a faint light falling off from the ring's inner edge.
-        const double reach = std::max(run.inner + 1, run.outer);
+        auto [at, added] = ringOf.try_emplace({run.inner, run.outer}, rings.size());
+        if (added)
+            rings.push_back({run.inner, run.outer, reach(run), {}});
         const QColor fill = QColor::fromRgba(run.rgba);
-        QRadialGradient shaded(c, reach);
-        shaded.setColorAt(run.inner / reach, mapdraw::whiteOver(fill, shading));
-        shaded.setColorAt(1, fill);
-        p.fillPath(run.path(c), shaded);
+        rings[at->second].runs.push_back({run.start, run.end,
+                                          qPremultiply(mapdraw::whiteOver(fill, shading).rgba()),
+                                          qPremultiply(run.rgba)});
+    }
+    for (mapdraw::Ring& ring : rings)
+        std::sort(ring.runs.begin(), ring.runs.end(),
+                  [](const auto& a, const auto& b) { return a.start < b.start; });
+    if (!mapdraw::fillRings(p, c, rings)) {
+        for (const Arc& run : fills) {
+            const QColor fill = QColor::fromRgba(run.rgba);
+            QRadialGradient shaded(c, reach(run));
+            shaded.setColorAt(run.inner / reach(run), mapdraw::whiteOver(fill, shading));
+            shaded.setColorAt(1, fill);
+            p.fillPath(run.path(c), shaded);
+        }
     }
 
     QPainterPath rims, arcs;
