@@ -13,7 +13,7 @@ FavoriteChip::FavoriteChip(const ScanSource& source, QWidget* parent)
     : QAbstractButton(parent), m_id(source.id), m_detail(indexedText(source).value_or(QString())) {
     setCursor(Qt::PointingHandCursor);
     setFocusPolicy(Qt::StrongFocus);
-    setAttribute(Qt::WA_Hover);
+    setAttribute(Qt::WA_Hover); // repaints on entering and leaving; underMouse() tells which
     const QString name = QFile::decodeName(QByteArray::fromStdString(source.displayName));
     setText(name);
     setAccessibleName(name);
@@ -24,18 +24,6 @@ QSize FavoriteChip::sizeHint() const {
     return {176, 40};
 }
 
-void FavoriteChip::enterEvent(QEnterEvent* event) {
-    m_hovered = true;
-    update();
-    QAbstractButton::enterEvent(event);
-}
-
-void FavoriteChip::leaveEvent(QEvent* event) {
-    m_hovered = false;
-    update();
-    QAbstractButton::leaveEvent(event);
-}
-
 void FavoriteChip::paintEvent(QPaintEvent*) {
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
@@ -44,7 +32,7 @@ void FavoriteChip::paintEvent(QPaintEvent*) {
     QPainterPath path;
     path.addRoundedRect(chip, chip.height() / 2, chip.height() / 2);
     QColor fill = pal.color(QPalette::Base);
-    if (m_hovered) {
+    if (underMouse()) {
         QColor tint = pal.color(QPalette::Highlight);
         tint.setAlphaF(0.1);
         p.fillPath(path, fill);
@@ -54,8 +42,8 @@ void FavoriteChip::paintEvent(QPaintEvent*) {
         fill = pal.color(QPalette::Highlight).lighter(150);
     p.fillPath(path, fill);
     p.setPen(
-        QPen(m_hovered || hasFocus() ? pal.color(QPalette::Highlight) : pal.color(QPalette::Mid),
-             m_hovered || hasFocus() ? 1.4 : 1.0));
+        QPen(underMouse() || hasFocus() ? pal.color(QPalette::Highlight) : pal.color(QPalette::Mid),
+             underMouse() || hasFocus() ? 1.4 : 1.0));
     p.drawPath(path);
 
     const int left = 14;

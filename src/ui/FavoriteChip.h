@@ -19,13 +19,10 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void enterEvent(QEnterEvent* event) override;
-    void leaveEvent(QEvent* event) override;
 
 private:
     Uuid m_id;
     QString m_detail;
-    bool m_hovered = false;
 };
 
 } // namespace ringfold

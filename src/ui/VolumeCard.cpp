@@ -25,7 +25,7 @@ VolumeCard::VolumeCard(const ScanSource& source, QWidget* parent)
     : QAbstractButton(parent), m_source(source) {
     setCursor(Qt::PointingHandCursor);
     setFocusPolicy(Qt::StrongFocus);
-    setAttribute(Qt::WA_Hover);
+    setAttribute(Qt::WA_Hover); // repaints on entering and leaving; underMouse() tells which
     const QString name = QFile::decodeName(QByteArray::fromStdString(source.displayName));
     setText(name);
     setAccessibleName(name);
@@ -35,18 +35,6 @@ VolumeCard::VolumeCard(const ScanSource& source, QWidget* parent)
 QSize VolumeCard::sizeHint() const {
     // Room for one more line when the card carries the restricted-access notice.
     return {280, m_source.lastScanWasRestricted ? 136 : 118};
-}
-
-void VolumeCard::enterEvent(QEnterEvent* event) {
-    m_hovered = true;
-    update();
-    QAbstractButton::enterEvent(event);
-}
-
-void VolumeCard::leaveEvent(QEvent* event) {
-    m_hovered = false;
-    update();
-    QAbstractButton::leaveEvent(event);
 }
 
 void VolumeCard::paintEvent(QPaintEvent*) {
@@ -63,7 +51,7 @@ void VolumeCard::paintEvent(QPaintEvent*) {
     p.fillPath(path, fill);
     QColor border = pal.color(QPalette::Mid);
     double borderWidth = 1.0;
-    if (m_hovered || hasFocus()) {
+    if (underMouse() || hasFocus()) {
         border = pal.color(QPalette::Highlight);
         borderWidth = 1.6;
     }
