@@ -3,7 +3,6 @@
 #include "ui/SourceText.h"
 #include "ui/Symbols.h"
 
-#include <QFile>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -11,13 +10,7 @@ namespace ringfold {
 
 FavoriteChip::FavoriteChip(const ScanSource& source, QWidget* parent)
     : QAbstractButton(parent), m_id(source.id), m_detail(indexedText(source).value_or(QString())) {
-    setCursor(Qt::PointingHandCursor);
-    setFocusPolicy(Qt::StrongFocus);
-    setAttribute(Qt::WA_Hover); // repaints on entering and leaving; underMouse() tells which
-    const QString name = QFile::decodeName(QByteArray::fromStdString(source.displayName));
-    setText(name);
-    setAccessibleName(name);
-    setToolTip(QFile::decodeName(QByteArray::fromStdString(source.url)));
+    setUpSourceButton(*this, source);
 }
 
 QSize FavoriteChip::sizeHint() const {

@@ -2,6 +2,9 @@
 
 #include "core/model/ByteFormat.h"
 
+#include <QAbstractButton>
+#include <QFile>
+
 #include <algorithm>
 
 namespace ringfold {
@@ -54,6 +57,16 @@ const char* sourceSymbol(const ScanSource& source) {
         break;
     }
     return "folder";
+}
+
+void setUpSourceButton(QAbstractButton& button, const ScanSource& source) {
+    button.setCursor(Qt::PointingHandCursor);
+    button.setFocusPolicy(Qt::StrongFocus);
+    button.setAttribute(Qt::WA_Hover);
+    const QString name = QFile::decodeName(QByteArray::fromStdString(source.displayName));
+    button.setText(name);
+    button.setAccessibleName(name);
+    button.setToolTip(QFile::decodeName(QByteArray::fromStdString(source.url)));
 }
 
 } // namespace ringfold

@@ -6,6 +6,8 @@
 
 #include <QString>
 
+class QAbstractButton;
+
 #include <optional>
 
 namespace ringfold {
@@ -21,6 +23,9 @@ QString restrictedText();
 QString restrictedHelp();
 /// The design symbol for a source's kind.
 const char* sourceSymbol(const ScanSource& source);
+/// A clickable card or chip for the source: hand cursor, keyboard focus, its name
+/// as text, its path as tooltip, and repaints on hover (underMouse() tells which).
+void setUpSourceButton(QAbstractButton& button, const ScanSource& source);
 /// A byte count in the desktop's file style.
 QString byteText(std::int64_t bytes);
 

@@ -3,7 +3,6 @@
 #include "ui/SourceText.h"
 #include "ui/Symbols.h"
 
-#include <QFile>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -23,13 +22,7 @@ QColor gaugeColour(int percent, const QPalette& pal) {
 
 VolumeCard::VolumeCard(const ScanSource& source, QWidget* parent)
     : QAbstractButton(parent), m_source(source) {
-    setCursor(Qt::PointingHandCursor);
-    setFocusPolicy(Qt::StrongFocus);
-    setAttribute(Qt::WA_Hover); // repaints on entering and leaving; underMouse() tells which
-    const QString name = QFile::decodeName(QByteArray::fromStdString(source.displayName));
-    setText(name);
-    setAccessibleName(name);
-    setToolTip(QFile::decodeName(QByteArray::fromStdString(source.url)));
+    setUpSourceButton(*this, source);
 }
 
 QSize VolumeCard::sizeHint() const {
