@@ -6,8 +6,11 @@
 #include "app/window/MainWindowModel.h"
 #include "ui/BreadcrumbView.h"
 #include "ui/ChartView.h"
+#include "ui/CleanupListBar.h"
+#include "ui/CoffeeMomentBanner.h"
 #include "ui/DriveGalleryView.h"
 #include "ui/ScanOverlay.h"
+#include "ui/SheetPresenter.h"
 #include "ui/SidebarView.h"
 #include "ui/Symbols.h"
 
@@ -273,6 +276,12 @@ void MainWindow::buildCentral() {
     m_panelArea->layout()->setContentsMargins(0, 0, 0, 0);
     m_panelArea->hide();
     mapColumn->addWidget(m_panelArea);
+    m_cleanupBar = new CleanupListBar(m_model);
+    mapColumn->addWidget(m_cleanupBar);
+    mapColumn->insertWidget(0, new CoffeeMomentBanner(m_model));
+    m_sheets = new SheetPresenter(m_model, this);
+    connect(m_cleanupBar, &CleanupListBar::copyRequested, m_sheets,
+            &SheetPresenter::copyCleanupList);
     page->addLayout(mapColumn, 1);
     m_previewArea = new QWidget;
     m_previewArea->setObjectName(QStringLiteral("previewArea"));

@@ -21,6 +21,8 @@ namespace ringfold {
 
 class BreadcrumbView;
 class ChartView;
+class CleanupListBar;
+class SheetPresenter;
 class DriveGalleryView;
 class FileManagerReveal;
 class MainWindowModel;
@@ -40,6 +42,8 @@ public:
     BreadcrumbView* breadcrumb() const { return m_breadcrumb; }
     ChartView* chartView() const { return m_chart; }
     ScanOverlay* overlay() const { return m_overlay; }
+    CleanupListBar* cleanupBar() const { return m_cleanupBar; }
+    SheetPresenter* sheets() const { return m_sheets; }
     /// Where the panels (folder list, biggest files, categories, junk) attach, under the
     /// map; hidden while empty.
     QWidget* panelArea() const { return m_panelArea; }
@@ -78,6 +82,8 @@ private:
     ChartView* m_chart = nullptr;
     QWidget* m_panelArea = nullptr;
     QWidget* m_previewArea = nullptr;
+    CleanupListBar* m_cleanupBar = nullptr;
+    SheetPresenter* m_sheets = nullptr;
     ScanOverlay* m_overlay = nullptr;
 
     QAction* m_backToGallery = nullptr;

@@ -53,6 +53,8 @@ constexpr SymbolName kSymbols[] = {
     {"eye", "view-preview"},
     {"link", "insert-link"},
     {"lock", "object-locked"},
+    {"doc", "text-x-generic"},
+    {"cup.and.saucer.fill", nullptr},
 };
 
 const SymbolName* find(const char* symbol) {

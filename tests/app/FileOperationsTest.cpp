@@ -82,10 +82,20 @@ struct Scanned {
         return n ? n->shared() : nullptr;
     }
     std::string path(const std::string& rel) const { return files.fullPath(rel); }
+    // Operations run on a worker and report on the event loop: waits for the outcome.
+    FileOperations::Outcome wait(bool started) {
+        std::optional<FileOperations::Outcome> out;
+        const auto c = QObject::connect(&ops, &FileOperations::finished,
+                                        [&](auto, const FileOperations::Outcome& o) { out = o; });
+        if (started)
+            (void)QTest::qWaitFor([&] { return out.has_value(); }, 120'000);
+        QObject::disconnect(c);
+        return out.value_or(FileOperations::Outcome{});
+    }
     // Into the home trash "data/share/Trash" of this fixture, made on first use.
     FileOperations::Outcome trash(const std::vector<NodePtr>& items) {
         qputenv("XDG_DATA_HOME", QByteArray::fromStdString(path("data/share")));
-        auto outcome = ops.moveToTrash(items);
+        auto outcome = wait(ops.moveToTrash(items));
         qunsetenv("XDG_DATA_HOME");
         return outcome;
     }
@@ -272,11 +282,11 @@ private slots:
         const auto rootLogical = s.result.root->logicalSize();
         const auto revision = s.chart.treeRevision();
         // A copy changes no state (modes, times and links: see the move across file systems).
-        QVERIFY(s.ops.copyTo({other}, s.path("dest/samedir")).errors.empty());
+        QVERIFY(s.wait(s.ops.copyTo({other}, s.path("dest/samedir"))).errors.empty());
         QCOMPARE(readAll(s.path("dest/samedir/other.txt")), std::string(10, 'o'));
         QVERIFY(s.chart.treeRevision() == revision && s.cleanup.count() == 1);
-        const auto outcome =
-            s.ops.moveTo({s.node("src/same.txt"), s.node("src/samedir"), other}, s.path("dest"));
+        const auto outcome = s.wait(
+            s.ops.moveTo({s.node("src/same.txt"), s.node("src/samedir"), other}, s.path("dest")));
         QCOMPARE(outcome.reclaimedBytes, std::int64_t(0)); // a move frees nothing on this disk
         QCOMPARE(s.result.root->logicalSize(), rootLogical - 10);
         QVERIFY(s.cleanup.isEmpty());
@@ -288,7 +298,7 @@ private slots:
         QCOMPARE(FileTransfer::copy(s.path("src/same.txt"), s.path("dest/same.txt")), EEXIST);
         QCOMPARE(readAll(s.path("dest/same.txt")), std::string(5, 'd'));
         for (auto op : {&FileTransfer::move, &FileTransfer::copy})
-            QCOMPARE(op(s.path("dest"), s.path("dest/samedir/dest")), EINVAL);
+            QCOMPARE(op(s.path("dest"), s.path("dest/samedir/dest"), nullptr), EINVAL);
         QVERIFY(!fs::exists(s.path("dest/samedir/dest")));
     }
 
@@ -318,11 +328,11 @@ private slots:
         QVERIFY(::mkdir(alias.c_str(), 0700) == 0 &&
                 ::mount(s.path("tree").c_str(), alias.c_str(), nullptr, MS_BIND, nullptr) == 0);
         for (auto op : {&FileTransfer::move, &FileTransfer::copy})
-            QCOMPARE(op(s.path("tree"), alias + "/sub/tree"), EINVAL);
+            QCOMPARE(op(s.path("tree"), alias + "/sub/tree", nullptr), EINVAL);
         QVERIFY(::umount2(alias.c_str(), MNT_DETACH) == 0 && ::rmdir(alias.c_str()) == 0);
         QVERIFY(!fs::exists(s.path("tree/sub/tree")));
 
-        auto outcome = s.ops.moveTo({s.node("tree"), s.node("huge")}, mnt.path);
+        auto outcome = s.wait(s.ops.moveTo({s.node("tree"), s.node("huge")}, mnt.path));
         QCOMPARE(outcome.errors.size(), std::size_t(1));
         QCOMPARE(outcome.errors[0].alertLine(), QStringLiteral("huge: No space left on device"));
         const std::string moved = mnt.path + "/tree";
@@ -345,6 +355,44 @@ private slots:
         QVERIFY(s.node("huge") != nullptr);
         QCOMPARE(FileTransfer::copy(s.path("huge"), mnt.path + "/copy"), ENOSPC);
         QVERIFY(!fs::exists(mnt.path + "/copy"));
+    }
+
+    // A file saved into a folder while it is copied to another file system stays in the
+    // source; the item's error says where the copy is, and the tree keeps only what is left.
+    void moveChangedDuringTheCopyKeepsTheNewFileAndSaysSo() {
+        ScratchMount mnt("8m");
+        if (mnt.path.empty())
+            SKIP_OR_FAIL_QTEST("needs root to mount a tmpfs in a private mount namespace");
+        Scanned s;
+        s.files.writeFiles({{"proj/a.txt", 1000}, {"proj/sub/b.txt", 2000}});
+        s.scan();
+        s.cleanup.add(s.node("proj/sub/b.txt"));
+        s.chart.setFocusedNode(s.node("proj/sub"));
+        const auto projLogical = s.node("proj")->logicalSize();
+        bool saved = false;
+        s.ops.setMover(
+            [&](const std::string& from, const std::string& to, FileTransfer::Report* r) {
+                r->onBytes = [&, count = r->onBytes](std::int64_t n) {
+                    count(n);
+                    if (!std::exchange(saved, true))
+                        s.files.writeText("proj/sub/new.txt", "saved meanwhile");
+                };
+                return FileTransfer::move(from, to, r);
+            });
+        const auto outcome = s.wait(s.ops.moveTo({s.node("proj")}, mnt.path));
+        QVERIFY(saved);
+        QCOMPARE(outcome.errors.size(), std::size_t(1));
+        QCOMPARE(
+            outcome.errors[0].alertLine(),
+            QString::fromStdString("proj: copied to " + mnt.path +
+                                   "/proj; 1 item could not be "
+                                   "removed from the source: added or changed during the move"));
+        QCOMPARE(readAll(mnt.path + "/proj/sub/b.txt"), std::string(2000, 'x'));
+        QCOMPARE(readAll(s.path("proj/sub/new.txt")), std::string("saved meanwhile"));
+        QVERIFY(!fs::exists(s.path("proj/a.txt")) && !fs::exists(s.path("proj/sub/b.txt")));
+        QVERIFY(s.node("proj/sub") && !s.node("proj/a.txt") && !s.node("proj/sub/b.txt"));
+        QCOMPARE(s.node("proj")->logicalSize(), projLogical - 3000);
+        QVERIFY(s.cleanup.isEmpty() && s.chart.focusedNode() == s.node("proj/sub"));
     }
 
     // What changes between the copy of a move and the source's removal stays in the source.
@@ -399,8 +447,9 @@ private slots:
         s.files.writeFile("docs/cloud.dat", 8192);
         s.scan();
         NodePtr n = s.node("docs/cloud.dat");
-        QCOMPARE(s.ops.removeDownload({n}).errors.at(0).message, // no evictor, no cloud file
-                 FileOperations::evictionUnsupportedMessage());
+        QCOMPARE(
+            s.wait(s.ops.removeDownload({n})).errors.at(0).message, // no evictor, no cloud file
+            FileOperations::evictionUnsupportedMessage());
 
         n->setCloudStatus(CloudStatus::cloudDownloaded);
         s.cleanup.add(n);
@@ -411,7 +460,8 @@ private slots:
         });
         const auto allocated = n->allocatedSize();
         const auto rootAllocated = s.result.root->allocatedSize();
-        const auto outcome = s.ops.removeDownload(FileOperations::downloadedItems(s.cleanup));
+        const auto outcome =
+            s.wait(s.ops.removeDownload(FileOperations::downloadedItems(s.cleanup)));
         QVERIFY(outcome.errors.empty());
         QCOMPARE(evicted, std::vector<std::string>{s.path("docs/cloud.dat")});
         QCOMPARE(outcome.reclaimedBytes, allocated);

@@ -9,10 +9,13 @@
 #include "core/scan/ScanEngine.h"
 #include "ui/BreadcrumbView.h"
 #include "ui/ChartView.h"
+#include "ui/CleanupListBar.h"
 #include "ui/ScanOverlay.h"
+#include "ui/SheetPresenter.h"
 
 #include <QAction>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
 #include <QSlider>
@@ -176,6 +179,45 @@ private slots:
         QVERIFY(scanHome() && !overlay->isVisible());
         QCOMPARE(m_window->breadcrumb()->crumbButtons().size(), 1);
         QCOMPARE(m_window->windowTitle(), QStringLiteral("home — Ringfold"));
+    }
+
+    // Last: it trashes and moves the fixture's files. The bar opens the sheets, the
+    // operations run off the GUI thread, and a failure ends in the one alert.
+    void cleanupBarSheetsAndAlert() {
+        m_fx.writeFile("home/deep/f", 10);
+        QVERIFY(scanHome());
+        SheetPresenter* sheets = m_window->sheets();
+        sheets->setFolderChooser(
+            [this](QWidget*) { return QString::fromStdString(m_fx.fullPath("dest")); });
+        m_fx.makeFolder("dest");
+        CleanupListBar* bar = m_window->cleanupBar();
+        CleanupListStore& list = m_app->cleanupList();
+        auto run = [&](QPushButton* button, const QString& title) {
+            QTest::mouseClick(button, Qt::LeftButton);
+            QTRY_VERIFY(sheets->currentDialog() && sheets->currentDialog()->isVisible());
+            QCOMPARE(sheets->currentDialog()->windowTitle(), title);
+            sheets->currentDialog()->accept();
+            QTRY_VERIFY(!m_model->operationRunning());
+        };
+        for (const char* name : {"a", "b/c"})
+            list.add(test::at(chart().rootNode().get(), name)->shared());
+        QCOMPARE(bar->countText(), QStringLiteral("2 items selected"));
+        run(bar->trashButton(), QStringLiteral("Move 2 items to Trash?"));
+        QVERIFY(!QFile::exists(QString::fromStdString(m_fx.fullPath("home/a"))));
+        QVERIFY(QFile::exists(QString::fromStdString(m_fx.fullPath("data/Trash/files/c"))));
+        QCOMPARE(bar->countText(), QStringLiteral("No items in cleanup list"));
+
+        list.add(test::at(chart().rootNode().get(), "b")->shared());
+        m_fx.remove("home/b/3"); // behind the tree's back: the move still goes
+        run(bar->moveButton(), QStringLiteral("Move 1 item to a new location?"));
+        QVERIFY(QFile::exists(QString::fromStdString(m_fx.fullPath("dest/b"))) && list.isEmpty());
+        list.add(test::at(chart().rootNode().get(), "deep")->shared());
+        m_fx.makeFolder("dest/deep"); // taken: the move fails and says so
+        run(bar->moveButton(), QStringLiteral("Move 1 item to a new location?"));
+        QTRY_VERIFY(qobject_cast<QMessageBox*>(sheets->currentDialog()));
+        QCOMPARE(qobject_cast<QMessageBox*>(sheets->currentDialog())->informativeText(),
+                 QStringLiteral("deep: File exists"));
+        QCOMPARE(bar->countText(), QStringLiteral("1 item selected"));
     }
 };
 

@@ -6,6 +6,12 @@
 #include "app/viewmodels/ChartViewModel.h"
 #include "core/model/TreeMutator.h"
 
+#include <QFile>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace ringfold {
@@ -16,29 +22,308 @@ QString nameOf(const FileNode& node) {
     return QString::fromUtf8(node.name().data(), qsizetype(node.name().size()));
 }
 
-std::string destinationFor(const std::string& folder, const FileNode& node) {
+std::string destinationFor(const std::string& folder, const std::string& name) {
     std::string path = folder;
     if (path.empty() || path.back() != '/')
         path += '/';
-    path += node.name();
+    path += name;
     return path;
 }
 
-std::optional<QString> transferResult(int error) {
-    if (error == 0)
-        return std::nullopt;
-    return QString::fromStdString(FileTransfer::message(error));
+// A move whose copy is complete but whose source is still partly there: say so, with
+// where the copy is and why the rest stayed.
+QString halfMovedMessage(const std::string& destination, const FileTransfer::Report& report,
+                         int error) {
+    const QString reason = error == ENOTEMPTY
+                               ? QStringLiteral("added or changed during the move")
+                               : QString::fromStdString(FileTransfer::message(error));
+    return QStringLiteral("copied to %1; %2 %3 could not be removed from the source: %4")
+        .arg(QFile::decodeName(QByteArray::fromStdString(destination)))
+        .arg(report.entriesLeft)
+        .arg(report.entriesLeft == 1 ? QStringLiteral("item") : QStringLiteral("items"))
+        .arg(reason);
 }
 
 } // namespace
 
+// Everything the worker reads is fixed before it starts, apart from the atomics.
+struct FileOperations::Job {
+    struct Item {
+        NodePtr node;
+        std::string path;
+        std::string name;
+        QString displayName;
+        std::int64_t bytes = 0;
+        /// The batch's item that holds this one (a folder listed with its own file).
+        int holder = -1;
+    };
+    Kind kind = Kind::trash;
+    std::string folder;
+    Evictor evictor;
+    Mover mover;
+    std::vector<Item> items;
+    std::int64_t bytesTotal = 0;
+    std::atomic<bool> cancelled{false};
+    std::atomic<int> itemsDone{0};
+    std::atomic<int> current{0};
+    std::atomic<std::int64_t> bytesDone{0};
+};
+
+struct FileOperations::ItemResult {
+    int index = 0;
+    std::optional<QString> error;
+    /// Went with its holder: nothing of its own happened on disk.
+    bool wentWithHolder = false;
+    /// A half-finished move: the source paths that are still there.
+    std::vector<std::string> leftBehind;
+};
+
 FileOperations::FileOperations(ChartViewModel& chart, CleanupListStore& cleanupList,
                                QObject* parent)
     : QObject(parent), m_chart(chart), m_cleanupList(cleanupList),
-      m_evictor([](const std::string&) { return std::optional(evictionUnsupportedMessage()); }) {}
+      m_evictor([](const std::string&) { return std::optional(evictionUnsupportedMessage()); }),
+      m_mover([](const std::string& source, const std::string& destination,
+                 FileTransfer::Report* report) {
+          return FileTransfer::move(source, destination, report);
+      }) {
+    m_progressTimer.setInterval(100);
+    connect(&m_progressTimer, &QTimer::timeout, this, &FileOperations::progressChanged);
+}
+
+FileOperations::~FileOperations() {
+    if (m_job)
+        m_job->cancelled = true;
+    if (m_worker.joinable())
+        m_worker.join();
+}
 
 QString FileOperations::evictionUnsupportedMessage() {
     return QStringLiteral("Removing the download isn't supported for this file.");
+}
+
+bool FileOperations::moveToTrash(std::vector<NodePtr> nodes) {
+    return start(Kind::trash, std::move(nodes), {});
+}
+
+bool FileOperations::moveTo(std::vector<NodePtr> nodes, const std::string& folder) {
+    return start(Kind::move, std::move(nodes), folder);
+}
+
+bool FileOperations::copyTo(std::vector<NodePtr> nodes, const std::string& folder) {
+    return start(Kind::copy, std::move(nodes), folder);
+}
+
+bool FileOperations::removeDownload(std::vector<NodePtr> nodes) {
+    return start(Kind::removeDownload, std::move(nodes), {});
+}
+
+FileOperations::Progress FileOperations::progress() const {
+    Progress p;
+    if (!m_job)
+        return p;
+    p.itemsTotal = int(m_job->items.size());
+    p.itemsDone = m_job->itemsDone;
+    p.bytesTotal = m_job->bytesTotal;
+    p.bytesDone = std::min(m_job->bytesDone.load(), p.bytesTotal);
+    const int current = m_job->current;
+    if (current < p.itemsTotal)
+        p.currentItem = m_job->items[std::size_t(current)].displayName;
+    return p;
+}
+
+void FileOperations::cancel() {
+    if (m_job)
+        m_job->cancelled = true;
+}
+
+bool FileOperations::start(Kind kind, std::vector<NodePtr> nodes, std::string folder) {
+    if (m_job)
+        return false;
+    auto job = std::make_shared<Job>();
+    job->kind = kind;
+    job->folder = std::move(folder);
+    job->evictor = m_evictor;
+    job->mover = m_mover;
+    std::unordered_map<const FileNode*, int> indexOf;
+    for (NodePtr& node : nodes) {
+        if (!node || indexOf.count(node.get()))
+            continue;
+        Job::Item item;
+        item.path = node->url();
+        item.name = std::string(node->name());
+        item.displayName = nameOf(*node);
+        const bool countsLogical = kind == Kind::move || kind == Kind::copy;
+        item.bytes = countsLogical ? node->logicalSize() : node->allocatedSize();
+        indexOf[node.get()] = int(job->items.size());
+        item.node = std::move(node);
+        job->items.push_back(std::move(item));
+    }
+    if (job->items.empty())
+        return false;
+    // A trashed or moved folder takes the batch's items inside it along; a copy makes
+    // each item's own copy.
+    const bool nests = kind == Kind::trash || kind == Kind::move;
+    for (Job::Item& item : job->items) {
+        for (const FileNode* a = item.node->parent(); nests && a && item.holder < 0;
+             a = a->parent())
+            if (auto it = indexOf.find(a); it != indexOf.end())
+                item.holder = it->second;
+        if (item.holder < 0)
+            job->bytesTotal += item.bytes;
+    }
+
+    m_kind = kind;
+    m_job = job;
+    m_outcome = Outcome{};
+    // Results are posted to this object, so they run on the main thread in order. The
+    // destructor joins the worker, so `this` outlives it; what is still queued then
+    // goes with the object.
+    auto post = [this](std::function<void()> work) {
+        QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection);
+    };
+    m_worker = std::jthread([this, job, post] {
+        std::vector<char> done(job->items.size(), 0);
+        std::size_t i = 0;
+        for (; i < job->items.size() && !job->cancelled; ++i) {
+            const Job::Item& item = job->items[i];
+            job->current = int(i);
+            ItemResult result;
+            result.index = int(i);
+            if (item.holder >= 0 && done[std::size_t(item.holder)]) {
+                result.wentWithHolder = true;
+            } else {
+                const std::int64_t before = job->bytesDone;
+                FileTransfer::Report report;
+                report.onBytes = [&job = *job](std::int64_t n) { job.bytesDone += n; };
+                const std::string destination = destinationFor(job->folder, item.name);
+                int error = 0;
+                switch (job->kind) {
+                case Kind::trash:
+                    result.error = Trash::moveToTrash(item.path);
+                    break;
+                case Kind::removeDownload:
+                    result.error = job->evictor(item.path);
+                    break;
+                case Kind::move:
+                    error = job->mover(item.path, destination, &report);
+                    break;
+                case Kind::copy:
+                    error = FileTransfer::copy(item.path, destination, &report);
+                    break;
+                }
+                if (error && report.entriesLeft > 0) {
+                    result.error = halfMovedMessage(destination, report, error);
+                    result.leftBehind = std::move(report.leftBehind);
+                } else if (error) {
+                    result.error = QString::fromStdString(FileTransfer::message(error));
+                }
+                if (item.holder < 0)
+                    job->bytesDone = before + item.bytes;
+            }
+            done[i] = !result.error;
+            ++job->itemsDone;
+            post([this, result = std::move(result)] { apply(result); });
+        }
+        const int notStarted = int(job->items.size() - i);
+        post([this, notStarted] {
+            m_outcome.notStarted = notStarted;
+            end();
+        });
+    });
+    m_progressTimer.start();
+    emit runningChanged();
+    emit progressChanged();
+    return true;
+}
+
+void FileOperations::apply(const ItemResult& result) {
+    const Job::Item& item = m_job->items[std::size_t(result.index)];
+    FileNode& node = *item.node;
+    if (result.error) {
+        m_outcome.errors.push_back(
+            OperationError{QUuid::createUuid(), item.displayName, *result.error});
+        if (!result.leftBehind.empty())
+            keepWhatIsLeft(node, result.leftBehind);
+        return;
+    }
+    ++m_outcome.succeeded;
+    switch (m_kind) {
+    case Kind::copy:
+        return;
+    case Kind::removeDownload:
+        m_outcome.reclaimedBytes += node.allocatedSize();
+        TreeMutator::markEvicted(node);
+        m_chart.refreshAccounting();
+        m_chart.bumpTreeRevision();
+        m_cleanupList.remove(node);
+        return;
+    case Kind::trash:
+    case Kind::move:
+        break;
+    }
+    if (result.wentWithHolder) { // the tree and the total already lost it with its folder
+        --m_outcome.succeeded;
+        m_cleanupList.remove(node);
+        return;
+    }
+    moveFocusOutOf(node);
+    TreeMutator::remove(node);
+    m_chart.refreshAccounting();
+    m_chart.bumpTreeRevision();
+    m_cleanupList.remove(node);
+    if (m_kind == Kind::trash && !node.sharesStorage())
+        m_outcome.reclaimedBytes += node.allocatedSize();
+}
+
+// The source of a half-finished move keeps only what is still on disk: every node
+// whose path is not among `leftBehind` (relative to the node's folder) leaves the
+// tree, and the cleanup list forgets it and what it held.
+void FileOperations::keepWhatIsLeft(FileNode& node, const std::vector<std::string>& leftBehind) {
+    const std::unordered_set<std::string> present(leftBehind.begin(), leftBehind.end());
+    std::vector<FileNode*> gone;
+    std::vector<std::pair<FileNode*, std::string>> folders{{&node, std::string(node.name())}};
+    while (!folders.empty()) {
+        auto [folder, path] = std::move(folders.back());
+        folders.pop_back();
+        for (FileNode* child : folder->children()) {
+            std::string childPath = path + '/' + std::string(child->name());
+            if (!present.count(childPath))
+                gone.push_back(child);
+            else if (child->isDirectory())
+                folders.emplace_back(child, std::move(childPath));
+        }
+    }
+    if (gone.empty())
+        return;
+    const std::unordered_set<const FileNode*> cut(gone.begin(), gone.end());
+    std::vector<NodePtr> listed;
+    for (const NodePtr& item : m_cleanupList.items())
+        for (const FileNode* a = item.get(); a; a = a->parent())
+            if (cut.count(a)) {
+                listed.push_back(item);
+                break;
+            }
+    for (const NodePtr& item : listed)
+        m_cleanupList.remove(*item);
+    for (FileNode* g : gone) {
+        moveFocusOutOf(*g);
+        TreeMutator::remove(*g);
+    }
+    m_chart.refreshAccounting();
+    m_chart.bumpTreeRevision();
+}
+
+void FileOperations::end() {
+    if (m_worker.joinable())
+        m_worker.join();
+    m_progressTimer.stop();
+    m_job.reset();
+    Outcome outcome = std::move(m_outcome);
+    m_outcome = Outcome{};
+    emit runningChanged();
+    if (m_kind != Kind::copy)
+        emit dependentViewsNeedRefresh();
+    emit finished(m_kind, outcome);
 }
 
 void FileOperations::moveFocusOutOf(const FileNode& node) {
@@ -51,92 +336,6 @@ void FileOperations::moveFocusOutOf(const FileNode& node) {
             return;
         }
     }
-}
-
-FileOperations::Outcome FileOperations::removeEach(const std::vector<NodePtr>& nodes,
-                                                   const DiskStep& step, bool countReclaimed) {
-    Outcome outcome;
-    std::unordered_set<const FileNode*> removed;
-    auto insideRemoved = [&removed](const FileNode& node) {
-        for (const FileNode* a = node.parent(); a; a = a->parent())
-            if (removed.count(a))
-                return true;
-        return false;
-    };
-    for (const NodePtr& node : nodes) {
-        if (!node)
-            continue;
-        // Went with a folder of the same batch: nothing left to do on disk.
-        if (insideRemoved(*node)) {
-            m_cleanupList.remove(*node);
-            continue;
-        }
-        if (auto failure = step(*node)) {
-            outcome.errors.push_back(OperationError{QUuid::createUuid(), nameOf(*node), *failure});
-            continue;
-        }
-        ++outcome.succeeded;
-        removed.insert(node.get());
-        moveFocusOutOf(*node);
-        TreeMutator::remove(*node);
-        m_chart.refreshAccounting();
-        m_chart.bumpTreeRevision();
-        m_cleanupList.remove(*node);
-        if (countReclaimed && !node->sharesStorage())
-            outcome.reclaimedBytes += node->allocatedSize();
-    }
-    emit dependentViewsNeedRefresh();
-    return outcome;
-}
-
-FileOperations::Outcome FileOperations::moveToTrash(std::vector<NodePtr> nodes) {
-    return removeEach(
-        nodes, [](const FileNode& node) { return Trash::moveToTrash(node.url()); }, true);
-}
-
-FileOperations::Outcome FileOperations::moveTo(std::vector<NodePtr> nodes,
-                                               const std::string& folder) {
-    return removeEach(
-        nodes,
-        [&folder](const FileNode& node) {
-            return transferResult(FileTransfer::move(node.url(), destinationFor(folder, node)));
-        },
-        false);
-}
-
-FileOperations::Outcome FileOperations::copyTo(std::vector<NodePtr> nodes,
-                                               const std::string& folder) {
-    Outcome outcome;
-    for (const NodePtr& node : nodes) {
-        if (!node)
-            continue;
-        if (auto failure =
-                transferResult(FileTransfer::copy(node->url(), destinationFor(folder, *node))))
-            outcome.errors.push_back(OperationError{QUuid::createUuid(), nameOf(*node), *failure});
-        else
-            ++outcome.succeeded;
-    }
-    return outcome;
-}
-
-FileOperations::Outcome FileOperations::removeDownload(std::vector<NodePtr> nodes) {
-    Outcome outcome;
-    for (const NodePtr& node : nodes) {
-        if (!node)
-            continue;
-        if (auto failure = m_evictor(node->url())) {
-            outcome.errors.push_back(OperationError{QUuid::createUuid(), nameOf(*node), *failure});
-            continue;
-        }
-        ++outcome.succeeded;
-        outcome.reclaimedBytes += node->allocatedSize();
-        TreeMutator::markEvicted(*node);
-        m_chart.refreshAccounting();
-        m_chart.bumpTreeRevision();
-        m_cleanupList.remove(*node);
-    }
-    emit dependentViewsNeedRefresh();
-    return outcome;
 }
 
 std::vector<NodePtr> FileOperations::trashableItems(const CleanupListStore& list) {

@@ -119,10 +119,11 @@ int prepare(const std::string& source, const std::string& destination, Endpoints
     return 0;
 }
 
-int copyInto(Endpoints& ep, FileTreeOps::Manifest* copied = nullptr) {
+int copyInto(Endpoints& ep, FileTransfer::Report* report, FileTreeOps::Manifest* copied = nullptr) {
     bool created = false;
     int e = FileTreeOps::copyEntry(ep.srcParent.get(), ep.src.name.c_str(), ep.dstParent.get(),
                                    ep.dst.name.c_str(), created, copied);
+    (void)report;
     if (e && created)
         FileTreeOps::removeTree(ep.dstParent.get(), ep.dst.name.c_str(), true);
     return e;
@@ -130,14 +131,14 @@ int copyInto(Endpoints& ep, FileTreeOps::Manifest* copied = nullptr) {
 
 } // namespace
 
-int FileTransfer::copy(const std::string& source, const std::string& destination) {
+int FileTransfer::copy(const std::string& source, const std::string& destination, Report* report) {
     Endpoints ep;
     if (int e = prepare(source, destination, ep))
         return e;
-    return copyInto(ep);
+    return copyInto(ep, report);
 }
 
-int FileTransfer::move(const std::string& source, const std::string& destination) {
+int FileTransfer::move(const std::string& source, const std::string& destination, Report* report) {
     Endpoints ep;
     if (int e = prepare(source, destination, ep))
         return e;
@@ -156,7 +157,7 @@ int FileTransfer::move(const std::string& source, const std::string& destination
     if (::faccessat(ep.srcParent.get(), ".", W_OK | X_OK, 0) != 0)
         return errno;
     FileTreeOps::Manifest copied;
-    if (int failed = copyInto(ep, &copied))
+    if (int failed = copyInto(ep, report, &copied))
         return failed;
     if (int differs = FileTreeOps::verifyTree(ep.srcParent.get(), src, ep.dstParent.get(), dst)) {
         FileTreeOps::removeTree(ep.dstParent.get(), dst, true);
@@ -165,7 +166,15 @@ int FileTransfer::move(const std::string& source, const std::string& destination
     // Only what was copied and is unchanged goes: a file saved into the folder or
     // changed meanwhile stays in the source, and the move reports it.
     int firstError = 0;
-    return FileTreeOps::removeCopied(ep.srcParent.get(), src, copied, firstError) ? firstError : 0;
+    const int left = FileTreeOps::removeCopied(ep.srcParent.get(), src, copied, firstError);
+    if (left == 0)
+        return 0;
+    if (report) {
+        report->entriesLeft = left;
+        report->leftBehind.clear();
+        (void)FileTreeOps::listTree(ep.srcParent.get(), src, report->leftBehind);
+    }
+    return firstError;
 }
 
 std::string FileTransfer::message(int error) {

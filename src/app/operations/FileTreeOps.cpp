@@ -523,4 +523,33 @@ int FileTreeOps::checkRemovable(int dir, const char* name, dev_t device) {
     return walkFolders(dir, name, -1, name, st, hooks);
 }
 
+int FileTreeOps::listTree(int dir, const char* name, std::vector<std::string>& paths) {
+    struct stat st {};
+    if (::fstatat(dir, name, &st, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno;
+    paths.emplace_back(name);
+    if (!S_ISDIR(st.st_mode))
+        return 0;
+    struct List : NoHooks {
+        std::vector<std::string>& paths;
+        std::vector<std::string> folders; // the open folders' relative paths
+        int enter(int, int, const char* n, const char*, const struct stat&) {
+            if (!folders.empty())
+                paths.push_back(folders.back() + '/' + n);
+            folders.push_back(paths.back());
+            return 0;
+        }
+        int leaf(int, int, const char* n, const struct stat&) {
+            paths.push_back(folders.back() + '/' + n);
+            return 0;
+        }
+        int left(int, int, const char*) {
+            folders.pop_back();
+            return 0;
+        }
+    } hooks{{}, paths, {}};
+    hooks.vanishedIsFine = true;
+    return walkFolders(dir, name, -1, name, st, hooks);
+}
+
 } // namespace ringfold

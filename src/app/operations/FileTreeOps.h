@@ -66,6 +66,9 @@ public:
     /// file systems does not stop half-way through deleting it: folders readable and
     /// writable, no other file system (`device`) mounted inside.
     static int checkRemovable(int dir, const char* name, dev_t device);
+    /// Appends the item's path and those of everything in it, relative to `dir`
+    /// ("proj", "proj/sub", "proj/sub/a.txt"), in walk order.
+    static int listTree(int dir, const char* name, std::vector<std::string>& paths);
 };
 
 } // namespace ringfold

@@ -6,9 +6,12 @@
 #include "app/viewmodels/CategoriesViewModel.h"
 #include "app/viewmodels/FileListViewModel.h"
 #include "app/viewmodels/SystemJunkViewModel.h"
+#include "core/model/ByteFormat.h"
 
 #include <QFile>
 #include <QStringList>
+
+#include <algorithm>
 
 namespace ringfold {
 
@@ -55,6 +58,13 @@ MainWindowModel::MainWindowModel(AppState& app, Options options, QObject* parent
 
     connect(this, &MainWindowModel::operationFinished, this, &MainWindowModel::applyOperationResult,
             Qt::QueuedConnection);
+    FileOperations* ops = m_fileOperations.get();
+    connect(ops, &FileOperations::progressChanged, this, &MainWindowModel::operationStatusChanged);
+    connect(ops, &FileOperations::runningChanged, this, &MainWindowModel::operationStatusChanged);
+    connect(ops, &FileOperations::finished, this,
+            [this](FileOperations::Kind kind, const FileOperations::Outcome& outcome) {
+                emit operationFinished(OperationResult{kind, outcome, m_runningReportsReclaimed});
+            });
 
     // A second window opens on the map as it is.
     if (chart.rootNode())
@@ -150,6 +160,8 @@ void MainWindowModel::setActiveSheet(std::optional<Sheet> sheet) {
 }
 
 void MainWindowModel::requestTrashOfCleanupList() {
+    if (operationRunning())
+        return;
     std::vector<NodePtr> nodes = FileOperations::trashableItems(m_app.cleanupList());
     if (!nodes.empty())
         setActiveSheet(Sheet{Sheet::Kind::trash, std::move(nodes)});
@@ -162,17 +174,17 @@ void MainWindowModel::deleteCommand() {
 }
 
 void MainWindowModel::requestTrash(const NodePtr& node) {
-    if (node && m_app.cleanupList().canAdd(*node))
+    if (node && !operationRunning() && m_app.cleanupList().canAdd(*node))
         setActiveSheet(Sheet{Sheet::Kind::trash, {node}});
 }
 
 void MainWindowModel::requestMoveOfCleanupList() {
-    if (!m_app.cleanupList().isEmpty())
+    if (!operationRunning() && !m_app.cleanupList().isEmpty())
         setActiveSheet(Sheet{Sheet::Kind::move, m_app.cleanupList().items()});
 }
 
 void MainWindowModel::requestMove(const NodePtr& node) {
-    if (node)
+    if (node && !operationRunning())
         setActiveSheet(Sheet{Sheet::Kind::move, {node}});
 }
 
@@ -190,7 +202,7 @@ void MainWindowModel::confirmTrash() {
         return;
     std::vector<NodePtr> nodes = std::move(m_activeSheet->nodes);
     setActiveSheet(std::nullopt);
-    finish(Operation::trash, m_fileOperations->moveToTrash(std::move(nodes)), true);
+    begin(m_fileOperations->moveToTrash(std::move(nodes)), true);
 }
 
 std::vector<NodePtr> MainWindowModel::confirmMove() {
@@ -203,9 +215,8 @@ std::vector<NodePtr> MainWindowModel::confirmMove() {
 
 void MainWindowModel::moveTo(std::vector<NodePtr> nodes, const QString& folder) {
     if (!nodes.empty() && !folder.isEmpty())
-        finish(Operation::move,
-               m_fileOperations->moveTo(std::move(nodes), QFile::encodeName(folder).toStdString()),
-               false);
+        begin(m_fileOperations->moveTo(std::move(nodes), QFile::encodeName(folder).toStdString()),
+              false);
 }
 
 void MainWindowModel::copyCleanupListTo(const QString& folder) {
@@ -214,29 +225,96 @@ void MainWindowModel::copyCleanupListTo(const QString& folder) {
 
 void MainWindowModel::copyTo(std::vector<NodePtr> nodes, const QString& folder) {
     if (!nodes.empty() && !folder.isEmpty())
-        finish(Operation::copy,
-               m_fileOperations->copyTo(std::move(nodes), QFile::encodeName(folder).toStdString()),
-               false);
+        begin(m_fileOperations->copyTo(std::move(nodes), QFile::encodeName(folder).toStdString()),
+              false);
 }
 
 void MainWindowModel::removeDownloadOfCleanupList() {
     std::vector<NodePtr> nodes = FileOperations::downloadedItems(m_app.cleanupList());
     if (!nodes.empty())
-        finish(Operation::removeDownload, m_fileOperations->removeDownload(std::move(nodes)), true);
+        begin(m_fileOperations->removeDownload(std::move(nodes)), true);
 }
 
 void MainWindowModel::removeDownload(const NodePtr& node) {
     if (node)
-        finish(Operation::removeDownload, m_fileOperations->removeDownload({node}), false);
+        begin(m_fileOperations->removeDownload({node}), false);
 }
 
-void MainWindowModel::finish(Operation operation, FileOperations::Outcome outcome,
-                             bool reportsReclaimed) {
-    emit operationFinished(OperationResult{operation, std::move(outcome), reportsReclaimed});
+void MainWindowModel::begin(bool started, bool reportsReclaimed) {
+    if (!started)
+        return;
+    m_runningReportsReclaimed = reportsReclaimed;
+    m_cancelledSummary.clear();
+}
+
+namespace {
+
+QString doneText(MainWindowModel::Operation operation) {
+    switch (operation) {
+    case MainWindowModel::Operation::trash:
+        return QStringLiteral("moved to the Trash");
+    case MainWindowModel::Operation::move:
+        return QStringLiteral("moved");
+    case MainWindowModel::Operation::copy:
+        return QStringLiteral("copied");
+    case MainWindowModel::Operation::removeDownload:
+        return QStringLiteral("evicted");
+    }
+    return {};
+}
+
+QString runningText(MainWindowModel::Operation operation) {
+    switch (operation) {
+    case MainWindowModel::Operation::trash:
+        return QStringLiteral("Moving to Trash");
+    case MainWindowModel::Operation::move:
+        return QStringLiteral("Moving");
+    case MainWindowModel::Operation::copy:
+        return QStringLiteral("Copying");
+    case MainWindowModel::Operation::removeDownload:
+        return QStringLiteral("Removing download of");
+    }
+    return {};
+}
+
+QString bytes(std::int64_t n) {
+    return QString::fromStdString(formatFileStyle(n));
+}
+
+} // namespace
+
+QString MainWindowModel::operationStatus() const {
+    if (!operationRunning())
+        return m_cancelledSummary;
+    const FileOperations::Progress p = m_fileOperations->progress();
+    QString text = QStringLiteral("%1 \u201C%2\u201D (%3 of %4)")
+                       .arg(runningText(m_fileOperations->kind()), p.currentItem)
+                       .arg(std::min(p.itemsDone + 1, p.itemsTotal))
+                       .arg(p.itemsTotal);
+    if (p.bytesTotal > 0)
+        text += QStringLiteral(" \u2014 %1 of %2").arg(bytes(p.bytesDone), bytes(p.bytesTotal));
+    return text;
+}
+
+void MainWindowModel::dismissOperationStatus() {
+    if (m_cancelledSummary.isEmpty())
+        return;
+    m_cancelledSummary.clear();
+    emit operationStatusChanged();
 }
 
 void MainWindowModel::applyOperationResult(const OperationResult& result) {
     const FileOperations::Outcome& outcome = result.outcome;
+    if (outcome.notStarted > 0) {
+        const int total = outcome.succeeded + int(outcome.errors.size()) + outcome.notStarted;
+        m_cancelledSummary =
+            QStringLiteral("Cancelled: %1 of %2 %3 %4; the rest were left as they were.")
+                .arg(outcome.succeeded)
+                .arg(total)
+                .arg(total == 1 ? QStringLiteral("item") : QStringLiteral("items"))
+                .arg(doneText(result.operation));
+        emit operationStatusChanged();
+    }
     if (result.operation != Operation::copy && outcome.succeeded > 0)
         refreshAfterTreeChange();
     if (!outcome.errors.empty()) {

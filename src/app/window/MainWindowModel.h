@@ -9,12 +9,11 @@
 //
 // When the map's root changes (a scan finished, a cached tree is shown, the map was
 // cleared) the biggest files list, the category summaries and the junk
-// classification are rebuilt from the whole tree. File operation results arrive as
-// the queued signal `operationFinished`, so the operations may move to a worker
-// thread without changing how their results are applied: on a later turn of the
-// main thread's event loop, the derived lists are refreshed (folder list revision
-// and rows, then biggest files, then categories), errors open the alert and a
-// reclaim of at least 1 GiB shows the coffee moment once.
+// classification are rebuilt from the whole tree. File operations run on their own
+// worker, one at a time, with a status line while they run; their results arrive as
+// the queued signal `operationFinished`: the derived lists are refreshed (folder list
+// revision and rows, then biggest files, then categories), errors open the alert and
+// a reclaim of at least 1 GiB shows the coffee moment once.
 //
 // Threads: main thread only. Sizes are signed allocated bytes.
 
@@ -53,7 +52,7 @@ public:
         std::vector<NodePtr> nodes;
     };
 
-    enum class Operation { trash, move, copy, removeDownload };
+    using Operation = FileOperations::Kind;
     /// What a finished file operation hands back to the window.
     struct OperationResult {
         Operation operation = Operation::trash;
@@ -130,6 +129,14 @@ public:
     void removeDownloadOfCleanupList();
     void removeDownload(const NodePtr& node);
 
+    bool operationRunning() const { return m_fileOperations->isRunning(); }
+    /// Stops the running file operation before its next item.
+    void cancelOperation() { m_fileOperations->cancel(); }
+    /// What the running operation is doing ("Moving “proj” (2 of 5) — 1.2 GB of 3 GB"),
+    /// or what a cancelled one did; empty otherwise.
+    QString operationStatus() const;
+    void dismissOperationStatus();
+
     const std::vector<OperationError>& operationErrors() const { return m_operationErrors; }
     bool showingErrorAlert() const { return m_showingErrorAlert; }
     static QString errorAlertTitle();
@@ -149,6 +156,8 @@ signals:
     /// The errors or the alert's visibility changed.
     void operationErrorsChanged();
     void coffeeMomentBytesChanged();
+    /// operationRunning or operationStatus changed.
+    void operationStatusChanged();
     /// A file operation ended. Connected queued to the window's own handling, so it
     /// may be emitted from any thread.
     void operationFinished(const ringfold::MainWindowModel::OperationResult& result);
@@ -160,7 +169,7 @@ private:
     void refreshAfterTreeChange();
     void applyOperationResult(const OperationResult& result);
     void setActiveSheet(std::optional<Sheet> sheet);
-    void finish(Operation operation, FileOperations::Outcome outcome, bool reportsReclaimed);
+    void begin(bool started, bool reportsReclaimed);
 
     AppState& m_app;
     // Created in this order; destroyed in reverse, so the coordinator's scan threads
@@ -179,6 +188,8 @@ private:
     bool m_showingErrorAlert = false;
     std::optional<std::int64_t> m_coffeeMomentBytes;
     bool m_coffeeMomentShownThisSession = false;
+    bool m_runningReportsReclaimed = false;
+    QString m_cancelledSummary;
 };
 
 } // namespace ringfold
