@@ -3,9 +3,10 @@
 #include "ui/Symbols.h"
 
 #include <QDialogButtonBox>
+#include <QHeaderView>
 #include <QLabel>
-#include <QListWidget>
 #include <QPushButton>
+#include <QTreeWidget>
 #include <QVBoxLayout>
 
 namespace ringfold {
@@ -35,18 +36,28 @@ DeletionConfirmationView::DeletionConfirmationView(const DeletionConfirmation& t
     subtitle->setObjectName(QStringLiteral("subtitle"));
     layout->addWidget(subtitle);
 
-    auto* items = new QListWidget(this);
+    auto* items = new QTreeWidget(this);
     items->setObjectName(QStringLiteral("items"));
     items->setMinimumHeight(180);
+    items->setColumnCount(2);
+    items->setHeaderHidden(true);
+    items->setRootIsDecorated(false);
+    items->setIconSize(QSize(16, 16));
     items->setSelectionMode(QAbstractItemView::NoSelection);
     items->setFocusPolicy(Qt::NoFocus);
+    items->header()->setStretchLastSection(false);
+    items->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    items->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
     const QIcon folder = symbolIcon("folder");
     const QIcon doc = symbolIcon("doc");
     for (const NodePtr& node : texts.items) {
-        const QString name = QString::fromUtf8(node->name().data(), qsizetype(node->name().size()));
-        auto* row = new QListWidgetItem(node->isDirectory() ? folder : doc,
-                                        name + QLatin1Char('\t') + texts.sizeLabel(*node), items);
-        row->setToolTip(QString::fromStdString(node->url()));
+        auto* row = new QTreeWidgetItem(items);
+        row->setIcon(0, node->isDirectory() ? folder : doc);
+        row->setText(0, QString::fromUtf8(node->name().data(), qsizetype(node->name().size())));
+        row->setToolTip(0, QString::fromStdString(node->url()));
+        row->setText(1, texts.sizeLabel(*node));
+        row->setTextAlignment(1, Qt::AlignRight | Qt::AlignVCenter);
+        row->setForeground(1, palette().brush(QPalette::PlaceholderText));
     }
     layout->addWidget(items, 1);
 
