@@ -61,7 +61,7 @@ CleanupListBar::CleanupListBar(MainWindowModel& model, QWidget* parent)
     m_trash = button(QStringLiteral("Move to Trash"),
                      QStringLiteral("Move selected items to the Trash (Ctrl+Delete)"), listPage);
     m_trash->setIcon(symbolIcon("trash"));
-    m_trash->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Delete));
+    // Ctrl+Delete is the window's "Move to Trash", which also lists the selection first.
     m_clear = button(QStringLiteral("Clear Selection"),
                      QStringLiteral("Clear the cleanup list (Ctrl+D)"), listPage);
     m_clear->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_D));

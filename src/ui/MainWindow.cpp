@@ -154,6 +154,13 @@ void MainWindow::buildActions() {
     m_showInFileManager->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
     connect(m_showInFileManager, &QAction::triggered, this, &MainWindow::revealSelection);
 
+    QAction* trash = make("moveToTrash", tr("Move to Trash"), "trash");
+    trash->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Delete));
+    connect(trash, &QAction::triggered, &m_model, &MainWindowModel::deleteCommand);
+    QAction* info = make("getInfo", tr("Get Info"), "info.circle");
+    info->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_I));
+    connect(info, &QAction::triggered, &m_model, &MainWindowModel::showInfoForSelection);
+
     m_goUp = make("goUp", tr("Go Up"), "arrow.up");
     m_goUp->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Up));
     connect(m_goUp, &QAction::triggered, &chart, &ChartViewModel::goUp);
@@ -222,6 +229,8 @@ void MainWindow::buildMenus() {
     QMenu* file = menuBar()->addMenu(tr("&File"));
     file->addAction(m_addFavorite);
     file->addAction(m_showInFileManager);
+    file->addAction(findChild<QAction*>(QStringLiteral("getInfo")));
+    file->addAction(findChild<QAction*>(QStringLiteral("moveToTrash")));
     file->addSeparator();
     QAction* quit = file->addAction(tr("&Quit"), qApp, &QApplication::closeAllWindows);
     quit->setShortcut(QKeySequence::Quit);
