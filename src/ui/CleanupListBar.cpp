@@ -59,9 +59,11 @@ CleanupListBar::CleanupListBar(MainWindowModel& model, QWidget* parent)
             "Evict cloud-downloaded items, freeing local space without losing the cloud copy"),
         listPage);
     m_trash = button(QStringLiteral("Move to Trash"),
-                     QStringLiteral("Move selected items to the Trash (Ctrl+Delete)"), listPage);
+                     QStringLiteral("Move selected items to the Trash (%1)")
+                         .arg(QKeySequence(Qt::Key_Delete).toString(QKeySequence::NativeText)),
+                     listPage);
     m_trash->setIcon(symbolIcon("trash"));
-    // Ctrl+Delete is the window's "Move to Trash", which also lists the selection first.
+    // Delete is the window's "Move to Trash", which also lists the selection first.
     m_clear = button(QStringLiteral("Clear Selection"),
                      QStringLiteral("Clear the cleanup list (Ctrl+D)"), listPage);
     m_clear->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_D));

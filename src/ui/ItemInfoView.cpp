@@ -71,6 +71,10 @@ ItemInfoView::ItemInfoView(const NodePtr& node, QWidget* parent) : QDialog(paren
     if (auto date = node->modificationDate())
         add("Modified",
             QLocale().toString(QDateTime::fromSecsSinceEpoch(qint64(*date)), QLocale::LongFormat));
+    if (node->cloudStatus() != CloudStatus::notApplicable)
+        add("Cloud", node->cloudStatus() == CloudStatus::cloudDownloaded
+                         ? QStringLiteral("Downloaded locally")
+                         : QStringLiteral("Placeholder (not downloaded)"));
     if (node->isHidden())
         add("Hidden", QStringLiteral("Yes"));
     if (node->isRestricted())

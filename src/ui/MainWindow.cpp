@@ -155,7 +155,7 @@ void MainWindow::buildActions() {
     connect(m_showInFileManager, &QAction::triggered, this, &MainWindow::revealSelection);
 
     QAction* trash = make("moveToTrash", tr("Move to Trash"), "trash");
-    trash->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Delete));
+    trash->setShortcut(QKeySequence(Qt::Key_Delete));
     connect(trash, &QAction::triggered, &m_model, &MainWindowModel::deleteCommand);
     QAction* info = make("getInfo", tr("Get Info"), "info.circle");
     info->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_I));
