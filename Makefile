@@ -3,8 +3,10 @@ BUILD_DIR ?= build
 CMAKE_ARGS ?=
 # make run RUN_PATH=DIR opens the window on DIR; empty opens the drive gallery.
 RUN_PATH ?=
+# make install PREFIX=DIR installs under DIR.
+PREFIX ?= /usr/local
 
-.PHONY: all bootstrap configure build test run bench clean
+.PHONY: all bootstrap configure build test run bench install package clean
 
 all: build
 
@@ -22,6 +24,13 @@ test: build
 
 run: build
 	@$(BUILD_DIR)/bin/ringfold $(RUN_PATH)
+
+install: build
+	@cmake --install $(BUILD_DIR) --prefix $(PREFIX)
+
+# A .deb with the same files as make install (prefix /usr), in $(BUILD_DIR).
+package: build
+	@cd $(BUILD_DIR) && cpack -G DEB
 
 bench:
 	@scripts/bootstrap bench

@@ -39,7 +39,7 @@ int main(int argc, char** argv) {
         !qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
-    QApplication::setDesktopFileName(QStringLiteral("ringfold"));
+    QApplication::setDesktopFileName(QStringLiteral("app.ringfold.Ringfold"));
     initUiResources();
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/ringfold.svg")));
 
