@@ -39,6 +39,7 @@ int main(int argc, char** argv) {
         !qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
+    app.setProperty("ringfoldBuild", QStringLiteral(RINGFOLD_BUILD));
     QApplication::setDesktopFileName(QStringLiteral("app.ringfold.Ringfold"));
     initUiResources();
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/ringfold.svg")));

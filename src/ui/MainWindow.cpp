@@ -9,6 +9,7 @@
 #include "ui/CleanupListBar.h"
 #include "ui/CoffeeMomentBanner.h"
 #include "ui/DriveGalleryView.h"
+#include "ui/HelpMenu.h"
 #include "ui/ScanOverlay.h"
 #include "ui/SheetPresenter.h"
 #include "ui/SidebarView.h"
@@ -249,6 +250,7 @@ void MainWindow::buildMenus() {
     go->addAction(m_goRoot);
     go->addSeparator();
     go->addAction(m_backToGallery);
+    addHelpMenu(*this);
 }
 
 void MainWindow::buildCentral() {

@@ -9,6 +9,8 @@
 #include "app/viewmodels/CategoriesViewModel.h"
 #include "app/viewmodels/FileListViewModel.h"
 #include "app/viewmodels/SystemJunkViewModel.h"
+#include "app/window/Endpoints.h"
+#include "app/window/Endpoints.h"
 
 #include "AppTestSupport.h"
 
@@ -16,6 +18,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QUrlQuery>
 
 #include <ctime>
 
@@ -184,6 +187,19 @@ private slots:
         m_window->cancelScan(); // the overlay's Cancel: back to the gallery
         QVERIFY(m_window->showsDriveGallery() && !m_window->showsScanOverlay() &&
                 !m_app->chart().rootNode());
+    }
+
+    void supportMailDecodesToItsSubjectAndBody() {
+        for (auto [version, subject] :
+             {std::pair{QString("1.2"), QString("Ringfold 1.2 (77) — support")},
+              {QString(), QString("Ringfold ? (77) — support")}}) {
+            const QUrlQuery q(
+                endpoints::supportMail(version, "77", "Debian GNU/Linux 12 (bookworm)"));
+            QCOMPARE(q.queryItemValue("subject", QUrl::FullyDecoded), subject);
+            QCOMPARE(q.queryItemValue("body", QUrl::FullyDecoded),
+                     QString("\n\n—\nRingfold %1 (build 77)\nDebian GNU/Linux 12 (bookworm)")
+                         .arg(version.isEmpty() ? "?" : version));
+        }
     }
 };
 

@@ -14,5 +14,9 @@ namespace ringfold::endpoints {
 QUrl donationPage(const QString& src);
 QString supportEmail();
 QUrl updateFeed();
+/// The "Contact Support…" mail: subject "Ringfold <version> (<build>) — support" and a
+/// body that ends with the version and the operating system; a missing version or
+/// build reads "?".
+QUrl supportMail(const QString& version, const QString& build, const QString& system);
 
 } // namespace ringfold::endpoints

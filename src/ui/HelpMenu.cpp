@@ -1,0 +1,64 @@
+#include "ui/HelpMenu.h"
+
+#include "app/window/Endpoints.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QMainWindow>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPointer>
+#include <QSysInfo>
+#include <QTextBrowser>
+
+namespace ringfold {
+
+QWidget* showHelpWindow() {
+    static QPointer<QTextBrowser> window;
+    if (!window) {
+        window = new QTextBrowser;
+        window->setAttribute(Qt::WA_DeleteOnClose, false);
+        window->setWindowTitle(QStringLiteral("Ringfold Help"));
+        window->setOpenExternalLinks(true);
+        window->setSource(QUrl(QStringLiteral("qrc:/help/ringfold-help.html")));
+        window->document()->setDocumentMargin(18);
+        window->resize(720, 640);
+        // Gone with the application, not with the window that opened it.
+        QObject::connect(qApp, &QCoreApplication::aboutToQuit, window.data(),
+                         &QObject::deleteLater);
+    }
+    window->show();
+    window->raise();
+    window->activateWindow();
+    return window;
+}
+
+void addHelpMenu(QMainWindow& window) {
+    QMenu* help = window.menuBar()->addMenu(QObject::tr("&Help"));
+    QAction* helpPage = help->addAction(QStringLiteral("Ringfold Help"), [] { showHelpWindow(); });
+    helpPage->setObjectName(QStringLiteral("help"));
+    helpPage->setShortcuts({QKeySequence::HelpContents, QKeySequence(Qt::CTRL | Qt::Key_Question)});
+    window.addAction(helpPage);
+    help->addSeparator();
+    help->addAction(QStringLiteral("Contact Support…"), [] {
+        QDesktopServices::openUrl(endpoints::supportMail(QCoreApplication::applicationVersion(),
+                                                         qApp->property("ringfoldBuild").toString(),
+                                                         QSysInfo::prettyProductName()));
+    });
+    help->addSeparator();
+    help->addAction(QStringLiteral("Buy Me a Coffee…"), [] {
+        QDesktopServices::openUrl(endpoints::donationPage(QStringLiteral("rf-help-menu")));
+    });
+    help->addSeparator();
+    help->addAction(QStringLiteral("About Ringfold"), &window, [&window] {
+        QMessageBox::about(
+            &window, QStringLiteral("About Ringfold"),
+            QStringLiteral("<h3>Ringfold %1</h3><p>See where the space on your disks goes.</p>"
+                           "<p>Build %2 · Qt %3</p>")
+                .arg(QCoreApplication::applicationVersion().toHtmlEscaped(),
+                     qApp->property("ringfoldBuild").toString().toHtmlEscaped(),
+                     QString::fromLatin1(qVersion())));
+    });
+}
+
+} // namespace ringfold
