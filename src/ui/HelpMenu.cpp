@@ -1,6 +1,7 @@
 #include "ui/HelpMenu.h"
 
 #include "app/window/Endpoints.h"
+#include "app/window/UpdateChecker.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -33,7 +34,21 @@ QWidget* showHelpWindow() {
     return window;
 }
 
-void addHelpMenu(QMainWindow& window) {
+namespace {
+
+void notice(QWidget* parent, const QString& text) {
+    auto* box = new QMessageBox(QMessageBox::Information, QStringLiteral("Software Update"), text,
+                                QMessageBox::Ok, parent);
+    box->setModal(false);
+    box->setTextFormat(Qt::RichText);
+    box->setTextInteractionFlags(Qt::TextBrowserInteraction);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->show();
+}
+
+} // namespace
+
+void addHelpMenu(QMainWindow& window, UpdateChecker& updates) {
     QMenu* help = window.menuBar()->addMenu(QObject::tr("&Help"));
     QAction* helpPage = help->addAction(QStringLiteral("Ringfold Help"), [] { showHelpWindow(); });
     helpPage->setObjectName(QStringLiteral("help"));
@@ -50,6 +65,29 @@ void addHelpMenu(QMainWindow& window) {
         QDesktopServices::openUrl(endpoints::donationPage(QStringLiteral("rf-help-menu")));
     });
     help->addSeparator();
+    QAction* check = help->addAction(QStringLiteral("Check for Updates…"), &updates,
+                                     [&updates] { updates.checkForUpdates(); });
+    check->setObjectName(QStringLiteral("checkForUpdates"));
+    QObject::connect(&updates, &UpdateChecker::canCheckForUpdatesChanged, check,
+                     [check, &updates] { check->setEnabled(updates.canCheckForUpdates()); });
+    QWidget* parent = &window;
+    QObject::connect(&updates, &UpdateChecker::updateAvailable, parent,
+                     [parent](const QString& version, const QUrl& page) {
+                         notice(parent,
+                                QStringLiteral("Ringfold %1 is available. <a href=\"%2\">Get it "
+                                               "from the download page</a>.")
+                                    .arg(version.toHtmlEscaped(),
+                                         page.toString(QUrl::FullyEncoded).toHtmlEscaped()));
+                     });
+    QObject::connect(&updates, &UpdateChecker::upToDate, parent, [parent] {
+        notice(parent, QStringLiteral("Ringfold %1 is the newest version.")
+                           .arg(QCoreApplication::applicationVersion().toHtmlEscaped()));
+    });
+    QObject::connect(
+        &updates, &UpdateChecker::checkFailed, parent, [parent](const QString& reason) {
+            notice(parent,
+                   QStringLiteral("Couldn't check for updates: %1").arg(reason.toHtmlEscaped()));
+        });
     help->addAction(QStringLiteral("About Ringfold"), &window, [&window] {
         QMessageBox::about(
             &window, QStringLiteral("About Ringfold"),

@@ -11,6 +11,7 @@
 #include "ui/DriveGalleryView.h"
 #include "ui/HelpMenu.h"
 #include "ui/ScanOverlay.h"
+#include "ui/SettingsView.h"
 #include "ui/SheetPresenter.h"
 #include "ui/SidebarView.h"
 #include "ui/Symbols.h"
@@ -155,6 +156,12 @@ void MainWindow::buildActions() {
     m_showInFileManager->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
     connect(m_showInFileManager, &QAction::triggered, this, &MainWindow::revealSelection);
 
+    QAction* settings = make("settings", tr("Settings…"), "gearshape");
+    settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    settings->setToolTip(
+        tr("Ringfold Settings (%1)").arg(settings->shortcut().toString(QKeySequence::NativeText)));
+    connect(settings, &QAction::triggered, this, &MainWindow::showSettings);
+
     QAction* trash = make("moveToTrash", tr("Move to Trash"), "trash");
     trash->setShortcut(QKeySequence(Qt::Key_Delete));
     connect(trash, &QAction::triggered, &m_model, &MainWindowModel::deleteCommand);
@@ -174,6 +181,15 @@ void MainWindow::buildActions() {
     m_goForward = make("goForward", tr("Forward"), "chevron.forward");
     m_goForward->setShortcut(QKeySequence::Forward);
     connect(m_goForward, &QAction::triggered, &chart, &ChartViewModel::goForward);
+}
+
+SettingsView* MainWindow::showSettings() {
+    if (!m_settingsView)
+        m_settingsView = new SettingsView(m_model.app(), this);
+    m_settingsView->show();
+    m_settingsView->raise();
+    m_settingsView->activateWindow();
+    return m_settingsView;
 }
 
 void MainWindow::buildToolBar() {
@@ -224,6 +240,7 @@ void MainWindow::buildToolBar() {
     spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     bar->addWidget(spacer);
     bar->addAction(m_rescan);
+    bar->addAction(findChild<QAction*>(QStringLiteral("settings")));
 }
 
 void MainWindow::buildMenus() {
@@ -250,7 +267,7 @@ void MainWindow::buildMenus() {
     go->addAction(m_goRoot);
     go->addSeparator();
     go->addAction(m_backToGallery);
-    addHelpMenu(*this);
+    addHelpMenu(*this, m_model.app().updates());
 }
 
 void MainWindow::buildCentral() {

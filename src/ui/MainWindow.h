@@ -22,6 +22,7 @@ namespace ringfold {
 class BreadcrumbView;
 class ChartView;
 class CleanupListBar;
+class SettingsView;
 class SheetPresenter;
 class DriveGalleryView;
 class FileManagerReveal;
@@ -44,6 +45,8 @@ public:
     ScanOverlay* overlay() const { return m_overlay; }
     CleanupListBar* cleanupBar() const { return m_cleanupBar; }
     SheetPresenter* sheets() const { return m_sheets; }
+    /// The one settings window, made on first use.
+    SettingsView* showSettings();
     /// Where the panels (folder list, biggest files, categories, junk) attach, under the
     /// map; hidden while empty.
     QWidget* panelArea() const { return m_panelArea; }
@@ -84,6 +87,7 @@ private:
     QWidget* m_previewArea = nullptr;
     CleanupListBar* m_cleanupBar = nullptr;
     SheetPresenter* m_sheets = nullptr;
+    SettingsView* m_settingsView = nullptr;
     ScanOverlay* m_overlay = nullptr;
 
     QAction* m_backToGallery = nullptr;

@@ -1,6 +1,9 @@
 #include "app/coordination/AppState.h"
 
 #include "app/coordination/TreeRelease.h"
+#include "app/window/Endpoints.h"
+
+#include <QCoreApplication>
 
 namespace ringfold {
 
@@ -14,6 +17,8 @@ AppState::AppState(Options options, QObject* parent) : QObject(parent) {
     m_settings = options.settings ? std::make_unique<SettingsStore>(options.settings)
                                   : std::make_unique<SettingsStore>();
     m_cleanup->setSettings(m_settings.get());
+    m_updates = std::make_unique<UpdateChecker>(
+        *m_settings, QCoreApplication::applicationVersion(), endpoints::updateFeed());
 }
 
 AppState::~AppState() = default;

@@ -2,7 +2,7 @@
 // The program's headless state that outlives any window, created in start-up order
 // and kept for the life of the process: the sources model (which loads the favourites
 // and starts watching volumes), the map view model, the cleanup list and the
-// settings. A window's own models, the scan coordinator among them, live in its
+// settings, and the update check. A window's own models, the scan coordinator among them, live in its
 // MainWindowModel on top of this.
 //
 // Threads: main thread only.
@@ -11,6 +11,7 @@
 #include "app/stores/SettingsStore.h"
 #include "app/viewmodels/ChartViewModel.h"
 #include "app/viewmodels/SidebarViewModel.h"
+#include "app/window/UpdateChecker.h"
 
 #include <QObject>
 
@@ -38,6 +39,7 @@ public:
     ChartViewModel& chart() { return *m_chart; }
     CleanupListStore& cleanupList() { return *m_cleanup; }
     SettingsStore& settings() { return *m_settings; }
+    UpdateChecker& updates() { return *m_updates; }
 
     /// The settings window's "Reset scan history & favorites": default favourites and
     /// no scan records, an empty cleanup list, and back to the drive gallery. No
@@ -49,6 +51,7 @@ private:
     std::unique_ptr<ChartViewModel> m_chart;
     std::unique_ptr<CleanupListStore> m_cleanup;
     std::unique_ptr<SettingsStore> m_settings;
+    std::unique_ptr<UpdateChecker> m_updates;
 };
 
 } // namespace ringfold

@@ -19,6 +19,7 @@ constexpr const char* kBiggestFilesLimit = "biggestFilesLimit";
 constexpr const char* kDiagnosticReportsAgeDays = "diagnosticReportsAgeDays";
 constexpr const char* kCacheStalenessAgeDays = "cacheStalenessAgeDays";
 constexpr const char* kSortFoldersToTop = "sortFoldersToTop";
+constexpr const char* kAutomaticallyChecksForUpdates = "automaticallyChecksForUpdates";
 constexpr const char* kFdaOnboardingDismissed = "fdaOnboardingDismissed";
 constexpr const char* kPreviewPaneWidth = "previewPaneWidth";
 
@@ -109,6 +110,7 @@ void SettingsStore::load() {
     m_sortFoldersToTop =
         s.contains(kSortFoldersToTop) ? readBool(s.value(kSortFoldersToTop)) : true;
     m_fdaOnboardingDismissed = readBool(s.value(kFdaOnboardingDismissed));
+    m_automaticallyChecksForUpdates = readBool(s.value(kAutomaticallyChecksForUpdates));
 }
 
 void SettingsStore::write(const char* key, const QVariant& value) {
@@ -188,6 +190,14 @@ void SettingsStore::setFdaOnboardingDismissed(bool value) {
     if (changed)
         emit fdaOnboardingDismissedChanged();
     write(kFdaOnboardingDismissed, value);
+}
+
+void SettingsStore::setAutomaticallyChecksForUpdates(bool value) {
+    const bool changed = m_automaticallyChecksForUpdates != value;
+    m_automaticallyChecksForUpdates = value;
+    if (changed)
+        emit automaticallyChecksForUpdatesChanged();
+    write(kAutomaticallyChecksForUpdates, value);
 }
 
 double SettingsStore::previewPaneWidth() const {

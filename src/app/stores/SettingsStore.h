@@ -62,6 +62,9 @@ public:
     int cacheStalenessAgeDays() const { return m_cacheStalenessAgeDays; }
     bool sortFoldersToTop() const { return m_sortFoldersToTop; }
     bool fdaOnboardingDismissed() const { return m_fdaOnboardingDismissed; }
+    /// The update check's own preference ("automaticallyChecksForUpdates"): off unless
+    /// the user turns it on; nothing is fetched while it is off.
+    bool automaticallyChecksForUpdates() const { return m_automaticallyChecksForUpdates; }
 
     void setAppearanceMode(AppearanceMode mode);
     void setAllowDeletingHiddenFiles(bool value);
@@ -72,6 +75,7 @@ public:
     void setCacheStalenessAgeDays(int value);
     void setSortFoldersToTop(bool value);
     void setFdaOnboardingDismissed(bool value);
+    void setAutomaticallyChecksForUpdates(bool value);
 
     /// The main window's preview pane width ("previewPaneWidth"), window state kept
     /// beside the preferences: read on demand, 200 when absent or not a number.
@@ -90,6 +94,7 @@ signals:
     void cacheStalenessAgeDaysChanged();
     void sortFoldersToTopChanged();
     void fdaOnboardingDismissedChanged();
+    void automaticallyChecksForUpdatesChanged();
 
 private:
     void load();
@@ -104,6 +109,7 @@ private:
     int m_diagnosticReportsAgeDays = 30;
     int m_cacheStalenessAgeDays = 14;
     bool m_sortFoldersToTop = true;
+    bool m_automaticallyChecksForUpdates = false;
     bool m_fdaOnboardingDismissed = false;
 };
 
