@@ -40,7 +40,7 @@ CategoriesView::CategoriesView(MainWindowModel& model, QWidget* parent)
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
     outer->addWidget(m_stack);
-    m_stack->addWidget(panel::emptyState(
+    m_stack->addWidget(new panel::EmptyState(
         "square.grid.2x2", QStringLiteral("Scan a source to see its storage by category"), this));
 
     auto* content = new QWidget(this);
@@ -51,9 +51,7 @@ CategoriesView::CategoriesView(MainWindowModel& model, QWidget* parent)
     layout->addWidget(m_bar);
     m_total = new QLabel(content);
     m_total->setFont(panel::captionFont(font()));
-    QPalette pal = m_total->palette();
-    pal.setColor(QPalette::WindowText, panel::secondaryText(pal));
-    m_total->setPalette(pal);
+    panel::setSecondary(m_total, palette());
     layout->addWidget(m_total);
 
     m_list = new CategoriesList(content);
@@ -90,6 +88,12 @@ CategoriesView::CategoriesView(MainWindowModel& model, QWidget* parent)
     connect(&cleanup, &CleanupListStore::includedIDsChanged, this, repaint);
     connect(&app.settings(), &SettingsStore::allowDeletingHiddenFilesChanged, this, repaint);
     refresh();
+}
+
+void CategoriesView::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::PaletteChange)
+        panel::setSecondary(m_total, palette());
+    QWidget::changeEvent(event);
 }
 
 bool CategoriesView::showsEmptyState() const {

@@ -46,6 +46,7 @@ signals:
     void contextMenuRequested(ringfold::NodePtr node, QPoint globalPos);
 
 protected:
+    void changeEvent(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:

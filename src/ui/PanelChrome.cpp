@@ -168,31 +168,50 @@ QIcon fileIcon(const FileNode& node) {
     return *it;
 }
 
-QWidget* emptyState(const char* symbol, const QString& text, QWidget* parent,
-                    const QString& buttonText, QPushButton** button) {
-    auto* page = new QWidget(parent);
-    auto* layout = new QVBoxLayout(page);
-    layout->addStretch(1);
-    auto* icon = new QLabel(page);
-    icon->setPixmap(symbolIcon(symbol, secondaryText(page->palette()))
-                        .pixmap(QSize(36, 36), page->devicePixelRatioF()));
-    icon->setAlignment(Qt::AlignCenter);
-    layout->addWidget(icon);
-    auto* label = new QLabel(text, page);
-    label->setAlignment(Qt::AlignCenter);
-    label->setWordWrap(true);
+QColor secondarySymbolColor(const QPalette& palette) {
+    const QColor text = palette.color(QPalette::WindowText);
+    const QColor back = palette.color(QPalette::Window);
+    auto mix = [](double a, double b) { return 0.6 * a + 0.4 * b; };
+    return QColor::fromRgbF(float(mix(text.redF(), back.redF())),
+                            float(mix(text.greenF(), back.greenF())),
+                            float(mix(text.blueF(), back.blueF())));
+}
+
+void setSecondary(QWidget* label, const QPalette& palette) {
     QPalette pal = label->palette();
-    pal.setColor(QPalette::WindowText, secondaryText(pal));
+    pal.setColor(QPalette::WindowText, secondaryText(palette));
     label->setPalette(pal);
-    layout->addWidget(label);
+}
+
+EmptyState::EmptyState(const char* symbol, const QString& text, QWidget* parent,
+                       const QString& buttonText)
+    : QWidget(parent), m_symbol(symbol), m_icon(new QLabel(this)), m_text(new QLabel(text, this)) {
+    auto* layout = new QVBoxLayout(this);
+    layout->addStretch(1);
+    m_icon->setAlignment(Qt::AlignCenter);
+    layout->addWidget(m_icon);
+    m_text->setAlignment(Qt::AlignCenter);
+    m_text->setWordWrap(true);
+    layout->addWidget(m_text);
     if (!buttonText.isEmpty()) {
-        auto* b = new QPushButton(buttonText, page);
-        layout->addWidget(b, 0, Qt::AlignHCenter);
-        if (button)
-            *button = b;
+        m_button = new QPushButton(buttonText, this);
+        layout->addWidget(m_button, 0, Qt::AlignHCenter);
     }
     layout->addStretch(1);
-    return page;
+    restyle();
+}
+
+void EmptyState::changeEvent(QEvent* event) {
+    // Only the children's palettes are set here, so this cannot call itself again.
+    if (event->type() == QEvent::PaletteChange)
+        restyle();
+    QWidget::changeEvent(event);
+}
+
+void EmptyState::restyle() {
+    m_icon->setPixmap(symbolIcon(m_symbol, secondarySymbolColor(palette()))
+                          .pixmap(QSize(36, 36), devicePixelRatioF()));
+    setSecondary(m_text, palette());
 }
 
 HoverLink::HoverLink(QAbstractItemView* view, ChartViewModel& chart,

@@ -14,15 +14,16 @@
 #include <QObject>
 #include <QPalette>
 #include <QString>
+#include <QWidget>
 
 #include <functional>
 
 class QAbstractItemView;
+class QLabel;
 class QModelIndex;
 class QPainter;
 class QPushButton;
 class QRect;
-class QWidget;
 
 namespace ringfold {
 
@@ -65,10 +66,33 @@ QString cloudHelp(CloudStatus status);
 /// read): the theme's icon for the extension's type, else a "doc" or "folder" symbol.
 QIcon fileIcon(const FileNode& node);
 
-/// A centred symbol over a line of text, with an optional button under it; the
-/// button is returned through `button` when `buttonText` is not empty.
-QWidget* emptyState(const char* symbol, const QString& text, QWidget* parent,
-                    const QString& buttonText = {}, QPushButton** button = nullptr);
+/// The secondary label colour as an opaque blend over the window colour, for bundled
+/// symbols (which are recoloured without their alpha).
+QColor secondarySymbolColor(const QPalette& palette);
+
+/// Gives a label the secondary text colour of `palette`.
+void setSecondary(QWidget* label, const QPalette& palette);
+
+/// A panel's empty state: a centred symbol over a line of text, with an optional button
+/// under it. Its colours follow palette changes (a switch between light and dark).
+class EmptyState : public QWidget {
+public:
+    EmptyState(const char* symbol, const QString& text, QWidget* parent,
+               const QString& buttonText = {});
+    /// The button, or null when the state has none.
+    QPushButton* button() const { return m_button; }
+
+protected:
+    void changeEvent(QEvent* event) override;
+
+private:
+    void restyle();
+
+    const char* m_symbol;
+    QLabel* m_icon;
+    QLabel* m_text;
+    QPushButton* m_button = nullptr;
+};
 
 /// Emphasises the map segment of the row under the pointer and clears it when the
 /// pointer leaves the list. `nodeAt` gives a row's node or null for rows without one.

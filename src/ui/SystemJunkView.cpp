@@ -59,13 +59,15 @@ SystemJunkView::SystemJunkView(MainWindowModel& model, QWidget* parent)
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
     outer->addWidget(m_stack);
-    m_stack->addWidget(panel::emptyState(
+    auto* otherSource = new panel::EmptyState(
         "sparkles", QStringLiteral("System Junk is only available for the startup disk"), this,
-        QStringLiteral("Scan Startup Disk for Junk"), &m_scanStartup));
+        QStringLiteral("Scan Startup Disk for Junk"));
+    m_scanStartup = otherSource->button();
+    m_stack->addWidget(otherSource);
     m_stack->addWidget(
-        panel::emptyState("magnifyingglass", QStringLiteral("Looking for system junk…"), this));
+        new panel::EmptyState("magnifyingglass", QStringLiteral("Looking for system junk…"), this));
     m_stack->addWidget(
-        panel::emptyState("checkmark.circle", QStringLiteral("No system junk found"), this));
+        new panel::EmptyState("checkmark.circle", QStringLiteral("No system junk found"), this));
     m_stack->addWidget(buildJunkPage());
     connect(m_scanStartup, &QPushButton::clicked, &model, &MainWindowModel::scanStartupDiskForJunk);
 
@@ -84,6 +86,7 @@ SystemJunkView::SystemJunkView(MainWindowModel& model, QWidget* parent)
             &SystemJunkView::checksChanged);
     updateFound();
     updatePage();
+    restyle();
 }
 
 QWidget* SystemJunkView::buildJunkPage() {
@@ -93,10 +96,8 @@ QWidget* SystemJunkView::buildJunkPage() {
     layout->setSpacing(4);
 
     auto* line = new QHBoxLayout;
-    auto* sparkles = new QLabel(page);
-    sparkles->setPixmap(symbolIcon("sparkles", panel::tintColor("orange", palette()))
-                            .pixmap(QSize(16, 16), devicePixelRatioF()));
-    line->addWidget(sparkles);
+    m_sparkles = new QLabel(page);
+    line->addWidget(m_sparkles);
     m_found = new QLabel(page);
     m_found->setTextFormat(Qt::RichText);
     m_found->setWordWrap(true);
@@ -187,6 +188,17 @@ QWidget* SystemJunkView::buildLegend(QWidget* parent) {
         layout->addLayout(row);
     }
     return frame;
+}
+
+void SystemJunkView::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::PaletteChange)
+        restyle();
+    QWidget::changeEvent(event);
+}
+
+void SystemJunkView::restyle() {
+    m_sparkles->setPixmap(symbolIcon("sparkles", panel::tintColor("orange", palette()))
+                              .pixmap(QSize(16, 16), devicePixelRatioF()));
 }
 
 SystemJunkView::Page SystemJunkView::page() const {

@@ -55,11 +55,13 @@ signals:
     void contextMenuRequested(ringfold::NodePtr node, QPoint globalPos);
 
 protected:
+    void changeEvent(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     QWidget* buildJunkPage();
     QWidget* buildLegend(QWidget* parent);
+    void restyle();
     void updatePage();
     void updateFound();
     void rebuildRows();
@@ -74,6 +76,7 @@ private:
     SystemJunkItemModel* m_items = nullptr;
     QStackedWidget* m_stack = nullptr;
     QPushButton* m_scanStartup = nullptr;
+    QLabel* m_sparkles = nullptr;
     QLabel* m_found = nullptr;
     QToolButton* m_legendButton = nullptr;
     QWidget* m_legend = nullptr;
