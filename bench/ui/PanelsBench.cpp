@@ -66,9 +66,9 @@ std::int64_t totalFolders(FileNode* folder) {
 // Folders of 100 files each, extensions from every category, one package folder per
 // 50 folders (counted as one item, never entered).
 NodePtr benchTree(long entries) {
-    static const char* kExtensions[] = {"jpg", "png", "mp4", "mov", "mp3", "flac", "pdf",
-                                        "docx", "zip", "tar", "cpp", "h", "log", "db",
-                                        "dat", "bin", "txt", "json"};
+    static const char* kExtensions[] = {"jpg", "png",  "mp4", "mov", "mp3", "flac",
+                                        "pdf", "docx", "zip", "tar", "cpp", "h",
+                                        "log", "db",   "dat", "bin", "txt", "json"};
     auto tree = Tree::create();
     NodeAllocator alloc(*tree);
     auto make = [&](const std::string& name, bool dir, std::int64_t size = 0) {
@@ -95,9 +95,9 @@ NodePtr benchTree(long entries) {
             for (int f = 0; f < 100 && made < entries; ++f, ++made) {
                 const std::uint64_t r = nextRandom();
                 const auto size = std::int64_t(r % 100 < 90 ? r % 65536 : r % (64u << 20));
-                files.push_back(make("file" + std::to_string(f) + "." +
-                                         kExtensions[r % std::size(kExtensions)],
-                                     false, size));
+                files.push_back(
+                    make("file" + std::to_string(f) + "." + kExtensions[r % std::size(kExtensions)],
+                         false, size));
             }
             tree->linkChildren(folder, files);
         }
@@ -118,12 +118,12 @@ struct Window {
 
     explicit Window(std::string home = "/nonexistent-home") {
         QFile(dir.filePath("mountinfo")).open(QIODevice::WriteOnly);
-        app = std::make_unique<AppState>(AppState::Options{
-            std::make_unique<FavoritesStore>(dir.filePath("favorites.json")),
-            {.mountInfoPath = dir.filePath("mountinfo").toStdString(),
-             .systemPaths = {},
-             .watchVolumes = false},
-            &settings});
+        app = std::make_unique<AppState>(
+            AppState::Options{std::make_unique<FavoritesStore>(dir.filePath("favorites.json")),
+                              {.mountInfoPath = dir.filePath("mountinfo").toStdString(),
+                               .systemPaths = {},
+                               .watchVolumes = false},
+                              &settings});
         auto junk = std::make_unique<SystemJunkViewModel>(
             [](std::vector<std::string> candidates) {
                 SystemJunkViewModel::Orphans gone; // names with "gone" are uninstalled apps
@@ -255,7 +255,8 @@ int renderPngs(const QString& out) {
             const QModelIndex first = view.itemModel()->index(0, 0, view.itemModel()->index(0, 0));
             w.app->cleanupList().add(view.itemModel()->node(first)->shared());
             w.model->setSelectedNode(
-                view.itemModel()->node(view.itemModel()->index(2, 0, view.itemModel()->index(0, 0)))
+                view.itemModel()
+                    ->node(view.itemModel()->index(2, 0, view.itemModel()->index(0, 0)))
                     ->shared());
             shoot(view, out + "/categories-" + scheme + ".png", dark);
         }

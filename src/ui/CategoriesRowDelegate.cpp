@@ -118,10 +118,8 @@ void CategoriesRowDelegate::paintCategory(QPainter* p, const QStyleOptionViewIte
                                           const QModelIndex& index) const {
     const QRect& r = option.rect;
     const QPalette& pal = option.palette;
-    const QColor tint = panel::tintColor(index.data(CategoriesItemModel::TintRole)
-                                             .toByteArray()
-                                             .constData(),
-                                         pal);
+    const QColor tint =
+        panel::tintColor(index.data(CategoriesItemModel::TintRole).toByteArray().constData(), pal);
     if (option.state & QStyle::State_MouseOver) {
         QColor fill = pal.color(QPalette::Highlight);
         fill.setAlphaF(0.08);
@@ -145,11 +143,12 @@ void CategoriesRowDelegate::paintCategory(QPainter* p, const QStyleOptionViewIte
     p->setPen(Qt::NoPen);
     p->setBrush(track);
     p->drawRoundedRect(QRectF(gauge), 2.5, 2.5);
-    const double fraction = qBound(0.0, index.data(CategoriesItemModel::FractionRole).toDouble(), 1.0);
+    const double fraction =
+        qBound(0.0, index.data(CategoriesItemModel::FractionRole).toDouble(), 1.0);
     if (fraction > 0) {
         p->setBrush(tint);
-        p->drawRoundedRect(QRectF(gauge.left(), gauge.top(), qMax(gauge.height() * 1.0,
-                                                                  fraction * gauge.width()),
+        p->drawRoundedRect(QRectF(gauge.left(), gauge.top(),
+                                  qMax(gauge.height() * 1.0, fraction * gauge.width()),
                                   gauge.height()),
                            2.5, 2.5);
     }
@@ -163,8 +162,8 @@ void CategoriesRowDelegate::paintCategory(QPainter* p, const QStyleOptionViewIte
     QFont nameFont = option.font;
     nameFont.setWeight(QFont::Medium);
     const QFontMetrics nameMetrics(nameFont);
-    const QString name = nameMetrics.elidedText(index.data().toString(), Qt::ElideRight,
-                                                qMax(0, textRight - x));
+    const QString name =
+        nameMetrics.elidedText(index.data().toString(), Qt::ElideRight, qMax(0, textRight - x));
     p->setFont(nameFont);
     p->drawText(QRect(x, r.top(), textRight - x, r.height()), Qt::AlignLeft | Qt::AlignVCenter,
                 name);
@@ -173,10 +172,10 @@ void CategoriesRowDelegate::paintCategory(QPainter* p, const QStyleOptionViewIte
         const QFont caption = panel::captionFont(option.font);
         p->setFont(caption);
         p->setPen(panel::secondaryText(pal));
-        p->drawText(QRect(x, r.top(), textRight - x, r.height()), Qt::AlignLeft | Qt::AlignVCenter,
-                    QFontMetrics(caption).elidedText(
-                        index.data(CategoriesItemModel::CountRole).toString(), Qt::ElideRight,
-                        textRight - x));
+        p->drawText(
+            QRect(x, r.top(), textRight - x, r.height()), Qt::AlignLeft | Qt::AlignVCenter,
+            QFontMetrics(caption).elidedText(index.data(CategoriesItemModel::CountRole).toString(),
+                                             Qt::ElideRight, textRight - x));
     }
 }
 
@@ -191,9 +190,9 @@ void CategoriesRowDelegate::paintFile(QPainter* p, const QStyleOptionViewItem& o
 
     const QRect box = checkBoxRect(r);
     panel::paintCheckBox(p, box,
-                         !m_cleanup.canAdd(*node)      ? panel::Check::locked
+                         !m_cleanup.canAdd(*node)    ? panel::Check::locked
                          : m_cleanup.contains(*node) ? panel::Check::on
-                                                       : panel::Check::off,
+                                                     : panel::Check::off,
                          option.widget);
     int x = box.right() + 8;
     panel::fileIcon(*node).paint(p, QRect(x, r.top() + (r.height() - 16) / 2, 16, 16));

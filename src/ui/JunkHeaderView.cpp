@@ -66,11 +66,11 @@ void JunkHeaderView::applyColumnWidths() {
                                           {Model::confidenceColumn, 65},
                                           {Model::modifiedColumn, 100}};
     for (const auto& [column, designWidth] : widths) {
-        const QString title = model() ? model()->headerData(column, Qt::Horizontal).toString()
-                                      : QString();
+        const QString title =
+            model() ? model()->headerData(column, Qt::Horizontal).toString() : QString();
         setSectionResizeMode(column, QHeaderView::Fixed);
-        resizeSection(column, std::max(designWidth, metrics.horizontalAdvance(title) +
-                                                        kChevronWidth + 16));
+        resizeSection(column,
+                      std::max(designWidth, metrics.horizontalAdvance(title) + kChevronWidth + 16));
     }
     setSectionResizeMode(Model::nameColumn, QHeaderView::Stretch);
 }

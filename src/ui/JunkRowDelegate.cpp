@@ -43,7 +43,8 @@ BadgeColours badgeColours(JunkConfidence confidence, const QPalette& palette) {
 namespace panel {
 
 int confidenceBadgeWidth(JunkConfidence confidence, const QFont& font) {
-    return QFontMetrics(caption2Font(font)).horizontalAdvance(QString::fromUtf8(label(confidence))) +
+    return QFontMetrics(caption2Font(font))
+               .horizontalAdvance(QString::fromUtf8(label(confidence))) +
            12;
 }
 
@@ -107,8 +108,7 @@ void JunkRowDelegate::paint(QPainter* p, const QStyleOptionViewItem& option,
             p->setFont(caption);
             p->setPen(panel::secondaryText(pal));
             p->drawText(QRect(x, r.top(), qMax(0, cell.right() - x), r.height()),
-                        Qt::AlignLeft | Qt::AlignVCenter,
-                        index.data(Model::CountRole).toString());
+                        Qt::AlignLeft | Qt::AlignVCenter, index.data(Model::CountRole).toString());
             break;
         }
         const QIcon icon = index.data(Qt::DecorationRole).value<QIcon>();

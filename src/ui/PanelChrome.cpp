@@ -32,11 +32,10 @@ struct Tint {
 
 // The usual desktop accent hues, each with a brighter dark-mode twin.
 constexpr Tint kTints[] = {
-    {"blue", 0x007AFF, 0x0A84FF},   {"green", 0x34C759, 0x30D158},
-    {"purple", 0xAF52DE, 0xBF5AF2}, {"pink", 0xFF2D55, 0xFF375F},
-    {"orange", 0xFF9500, 0xFF9F0A}, {"brown", 0xA2845E, 0xAC8E68},
-    {"teal", 0x30B0C7, 0x40C8E0},   {"gray", 0x8E8E93, 0x98989D},
-    {"indigo", 0x5856D6, 0x5E5CE6}, {"red", 0xFF3B30, 0xFF453A},
+    {"blue", 0x007AFF, 0x0A84FF}, {"green", 0x34C759, 0x30D158},  {"purple", 0xAF52DE, 0xBF5AF2},
+    {"pink", 0xFF2D55, 0xFF375F}, {"orange", 0xFF9500, 0xFF9F0A}, {"brown", 0xA2845E, 0xAC8E68},
+    {"teal", 0x30B0C7, 0x40C8E0}, {"gray", 0x8E8E93, 0x98989D},   {"indigo", 0x5856D6, 0x5E5CE6},
+    {"red", 0xFF3B30, 0xFF453A},
 };
 
 bool isDark(const QPalette& palette) {
@@ -83,8 +82,12 @@ QColor tertiaryText(const QPalette& palette) {
     return withAlpha(palette.color(QPalette::WindowText), 0.35);
 }
 
-QFont captionFont(const QFont& base) { return scaled(base, 0.85); }
-QFont caption2Font(const QFont& base) { return scaled(base, 0.77); }
+QFont captionFont(const QFont& base) {
+    return scaled(base, 0.85);
+}
+QFont caption2Font(const QFont& base) {
+    return scaled(base, 0.77);
+}
 
 QString nodeName(const FileNode& node) {
     return QFile::decodeName(QByteArray(node.name().data(), qsizetype(node.name().size())));
@@ -105,8 +108,8 @@ QRect checkBoxRect(const QRect& cell, int left) {
 
 void paintCheckBox(QPainter* painter, const QRect& box, Check state, const QWidget* widget) {
     if (state == Check::locked) {
-        symbolIcon("lock.fill").paint(painter, box.adjusted(2, 1, -2, -1), Qt::AlignCenter,
-                                      QIcon::Disabled);
+        symbolIcon("lock.fill")
+            .paint(painter, box.adjusted(2, 1, -2, -1), Qt::AlignCenter, QIcon::Disabled);
         return;
     }
     QStyleOptionButton option;
@@ -125,8 +128,7 @@ void paintCheckBox(QPainter* painter, const QRect& box, Check state, const QWidg
 }
 
 QString lockHelp() {
-    return QStringLiteral(
-        "Hidden items cannot be added to the cleanup list — enable in Settings");
+    return QStringLiteral("Hidden items cannot be added to the cleanup list — enable in Settings");
 }
 
 QIcon cloudIcon(CloudStatus status) {

@@ -1,6 +1,7 @@
 #include "ui/SystemJunkItemModel.h"
 
 #include "app/stores/CleanupListStore.h"
+#include "app/viewmodels/ChartViewModel.h"
 #include "ui/PanelChrome.h"
 #include "ui/Symbols.h"
 
@@ -8,23 +9,42 @@
 
 namespace ringfold {
 
+namespace {
+
+bool isUnder(const FileNode& node, const FileNode* root) {
+    const FileNode* n = &node;
+    while (n->parent())
+        n = n->parent();
+    return n == root;
+}
+
+} // namespace
+
 SystemJunkItemModel::SystemJunkItemModel(const SystemJunkViewModel& junk,
                                          const SystemJunkPanelState& state,
-                                         const CleanupListStore& cleanup, QObject* parent)
-    : QAbstractTableModel(parent), m_junk(junk), m_state(state), m_cleanup(cleanup) {
+                                         const CleanupListStore& cleanup,
+                                         const ChartViewModel& chart, QObject* parent)
+    : QAbstractTableModel(parent), m_junk(junk), m_state(state), m_cleanup(cleanup),
+      m_chart(chart) {
     rebuild();
 }
 
 void SystemJunkItemModel::rebuild() {
     beginResetModel();
     m_rows.clear();
-    m_displayed.clear();
-    const auto& groups = m_junk.groups();
-    for (std::size_t g = 0; g < groups.size(); ++g) {
-        m_displayed.push_back(m_state.displayedItems(groups[g]));
-        m_rows.push_back({int(g), -1});
-        for (std::size_t i = 0; i < m_displayed.back().size(); ++i)
-            m_rows.push_back({int(g), int(i)});
+    m_shown.clear();
+    const FileNode* root = m_chart.rootNode().get();
+    for (const SystemJunkPanelState::Group& group : m_junk.groups()) {
+        SystemJunkPanelState::Group shown{group.category, {}};
+        for (JunkItem& item : m_state.displayedItems(group))
+            if (isUnder(*item.node, root))
+                shown.items.push_back(std::move(item));
+        if (shown.items.empty())
+            continue;
+        m_rows.push_back({int(m_shown.size()), -1});
+        for (std::size_t i = 0; i < shown.items.size(); ++i)
+            m_rows.push_back({int(m_shown.size()), int(i)});
+        m_shown.push_back(std::move(shown));
     }
     endResetModel();
 }
@@ -45,14 +65,14 @@ int SystemJunkItemModel::columnCount(const QModelIndex& parent) const {
 const SystemJunkPanelState::Group* SystemJunkItemModel::group(int row) const {
     if (row < 0 || row >= rowCount())
         return nullptr;
-    return &m_junk.groups()[std::size_t(m_rows[std::size_t(row)].group)];
+    return &m_shown[std::size_t(m_rows[std::size_t(row)].group)];
 }
 
 const JunkItem* SystemJunkItemModel::item(int row) const {
     if (row < 0 || row >= rowCount() || m_rows[std::size_t(row)].item < 0)
         return nullptr;
     const Row& r = m_rows[std::size_t(row)];
-    return &m_displayed[std::size_t(r.group)][std::size_t(r.item)];
+    return &m_shown[std::size_t(r.group)].items[std::size_t(r.item)];
 }
 
 int SystemJunkItemModel::rowOf(const FileNode* node) const {
@@ -68,8 +88,7 @@ Qt::ItemFlags SystemJunkItemModel::flags(const QModelIndex& index) const {
     return item(index.row()) ? Qt::ItemIsEnabled | Qt::ItemIsSelectable : Qt::ItemIsEnabled;
 }
 
-QVariant SystemJunkItemModel::headerData(int section, Qt::Orientation orientation,
-                                         int role) const {
+QVariant SystemJunkItemModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
         return {};
     switch (section) {
@@ -142,9 +161,9 @@ QVariant SystemJunkItemModel::data(const QModelIndex& index, int role) const {
                 return QString::fromStdString(*note);
         return {};
     case CheckRole:
-        return int(!m_cleanup.canAdd(node)        ? panel::Check::locked
+        return int(!m_cleanup.canAdd(node)    ? panel::Check::locked
                    : m_cleanup.contains(node) ? panel::Check::on
-                                                : panel::Check::off);
+                                              : panel::Check::off);
     case ConfidenceRole:
         return int(it->confidence);
     default:

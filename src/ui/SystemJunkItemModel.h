@@ -6,6 +6,11 @@
 // checkbox cells read the cleanup list when asked, so a change of the list only
 // signals those cells.
 //
+// The groups stand until the next classification, but a file operation may take an
+// item out of the tree before that: the shown groups leave out items no longer under
+// the map's root (and groups left empty), so neither the rows nor the checkboxes can
+// offer a trashed or moved item again.
+//
 // Threads: GUI thread only.
 
 #include "app/viewmodels/SystemJunkPanelState.h"
@@ -16,6 +21,7 @@
 
 namespace ringfold {
 
+class ChartViewModel;
 class CleanupListStore;
 
 class SystemJunkItemModel : public QAbstractTableModel {
@@ -35,11 +41,14 @@ public:
     };
 
     SystemJunkItemModel(const SystemJunkViewModel& junk, const SystemJunkPanelState& state,
-                        const CleanupListStore& cleanup, QObject* parent = nullptr);
+                        const CleanupListStore& cleanup, const ChartViewModel& chart,
+                        QObject* parent = nullptr);
 
-    /// Re-reads the groups and sorts their items (after a classification or a change
-    /// of the sort).
+    /// Re-reads the groups and sorts their items (after a classification, a change of
+    /// the sort or a change of the tree).
     void rebuild();
+    /// The groups as shown: items still in the tree, in display order.
+    const std::vector<SystemJunkPanelState::Group>& shownGroups() const { return m_shown; }
     /// The cleanup list or the hidden-items setting changed: the checkbox cells.
     void checksChanged();
 
@@ -65,8 +74,9 @@ private:
     const SystemJunkViewModel& m_junk;
     const SystemJunkPanelState& m_state;
     const CleanupListStore& m_cleanup;
+    const ChartViewModel& m_chart;
     std::vector<Row> m_rows;
-    std::vector<std::vector<JunkItem>> m_displayed; // per group, in display order
+    std::vector<SystemJunkPanelState::Group> m_shown;
 };
 
 } // namespace ringfold

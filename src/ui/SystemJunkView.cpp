@@ -72,6 +72,10 @@ SystemJunkView::SystemJunkView(MainWindowModel& model, QWidget* parent)
     connect(m_scanStartup, &QPushButton::clicked, &model, &MainWindowModel::scanStartupDiskForJunk);
 
     connect(&junk, &SystemJunkViewModel::groupsChanged, this, &SystemJunkView::rebuildRows);
+    // A file operation patched the tree: items may have left it, sizes may have changed.
+    // The groups keep the previous tree's items until the new tree is classified.
+    connect(&app.chart(), &ChartViewModel::treeRevisionChanged, this, &SystemJunkView::rebuildRows);
+    connect(&app.chart(), &ChartViewModel::rootNodeChanged, this, &SystemJunkView::rebuildRows);
     connect(&junk, &SystemJunkViewModel::classifyingChanged, this, &SystemJunkView::updatePage);
     connect(&junk, &SystemJunkViewModel::highConfidenceTotalChanged, this,
             &SystemJunkView::updateFound);
@@ -121,12 +125,12 @@ QWidget* SystemJunkView::buildJunkPage() {
 
     SystemJunkViewModel& junk = m_model.systemJunk();
     CleanupListStore& cleanup = m_model.app().cleanupList();
-    m_items = new SystemJunkItemModel(junk, m_state, cleanup, this);
+    m_items = new SystemJunkItemModel(junk, m_state, cleanup, m_model.app().chart(), this);
     m_list = new QTreeView(page);
     m_header = new JunkHeaderView(
         m_state,
-        [&junk, &cleanup] {
-            switch (SystemJunkPanelState::headerState(junk.groups(), cleanup)) {
+        [this, &cleanup] {
+            switch (SystemJunkPanelState::headerState(m_items->shownGroups(), cleanup)) {
             case CleanupListStore::SelectionState::on:
                 return panel::Check::on;
             case CleanupListStore::SelectionState::mixed:
@@ -207,12 +211,12 @@ SystemJunkView::Page SystemJunkView::page() const {
 
 void SystemJunkView::updatePage() {
     const SidebarViewModel& sidebar = m_model.app().sidebar();
-    const SystemJunkViewModel& junk = m_model.systemJunk();
     Page page = Page::junk;
     if (sidebar.selectedSourceID() != sidebar.thisComputer().id)
         page = Page::notStartupDisk;
-    else if (junk.groups().empty())
-        page = junk.isClassifying() || m_model.showsScanOverlay() ? Page::looking : Page::noJunk;
+    else if (m_items->shownGroups().empty())
+        page = m_model.systemJunk().isClassifying() || m_model.showsScanOverlay() ? Page::looking
+                                                                                  : Page::noJunk;
     m_stack->setCurrentIndex(int(page));
 }
 
@@ -235,7 +239,7 @@ void SystemJunkView::checksChanged() {
 
 void SystemJunkView::onSectionClicked(int column) {
     if (column == SystemJunkItemModel::checkColumn) {
-        SystemJunkPanelState::clickHeaderCheckbox(m_model.systemJunk().groups(),
+        SystemJunkPanelState::clickHeaderCheckbox(m_items->shownGroups(),
                                                   m_model.app().cleanupList());
         return;
     }
