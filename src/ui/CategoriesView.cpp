@@ -9,6 +9,7 @@
 #include "ui/PanelChrome.h"
 
 #include <QEvent>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QStackedWidget>
@@ -67,6 +68,7 @@ CategoriesView::CategoriesView(MainWindowModel& model, QWidget* parent)
     m_list->setContextMenuPolicy(Qt::CustomContextMenu);
     m_list->viewport()->setAttribute(Qt::WA_Hover);
     m_list->viewport()->installEventFilter(this);
+    m_list->installEventFilter(this);
     layout->addWidget(m_list, 1);
     m_stack->addWidget(content);
 
@@ -74,6 +76,16 @@ CategoriesView::CategoriesView(MainWindowModel& model, QWidget* parent)
                          [this](const QModelIndex& i) { return m_items->node(i); });
 
     connect(m_list, &QTreeView::clicked, this, &CategoriesView::onClicked);
+    // Remembered by category, not by row: a rebuild reorders the rows. The tree also
+    // opens a category by itself to show an item selected on the map.
+    connect(m_list, &QTreeView::expanded, this, [this](const QModelIndex& index) {
+        if (const CategorySummary* summary = m_items->summary(index))
+            m_expanded.insert(summary->category);
+    });
+    connect(m_list, &QTreeView::collapsed, this, [this](const QModelIndex& index) {
+        if (const CategorySummary* summary = m_items->summary(index))
+            m_expanded.erase(summary->category);
+    });
     connect(m_list, &QWidget::customContextMenuRequested, this, &CategoriesView::showContextMenu);
     connect(m_list->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex& current) {
@@ -109,23 +121,34 @@ void CategoriesView::refresh() {
 }
 
 void CategoriesView::applyExpansion() {
+    // Copied first: expanding and collapsing rows edits the set through the signals.
+    const std::set<FileCategory> expanded = m_expanded;
     for (int row = 0; row < m_items->rowCount(); ++row) {
         const QModelIndex index = m_items->index(row, 0);
-        m_list->setExpanded(index, m_expanded.count(m_items->summary(index)->category) != 0);
+        m_list->setExpanded(index, expanded.count(m_items->summary(index)->category) != 0);
     }
+    m_expanded = expanded;
 }
 
 bool CategoriesView::eventFilter(QObject* watched, QEvent* event) {
     if (watched == m_list->viewport() && event->type() == QEvent::MouseButtonPress)
         m_pressPos = static_cast<QMouseEvent*>(event)->position().toPoint();
+    // Space toggles the current item's checkbox, or opens and closes a category.
+    if (watched == m_list && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space) {
+        const QModelIndex current = m_list->currentIndex();
+        if (FileNode* node = m_items->node(current))
+            m_model.app().cleanupList().toggle(node->shared());
+        else if (m_items->summary(current))
+            onClicked(current);
+        return true;
+    }
     return QWidget::eventFilter(watched, event);
 }
 
 void CategoriesView::onClicked(const QModelIndex& index) {
-    if (const CategorySummary* summary = m_items->summary(index)) {
-        if (!m_expanded.erase(summary->category))
-            m_expanded.insert(summary->category);
-        m_list->setExpanded(index, m_expanded.count(summary->category) != 0);
+    if (m_items->summary(index)) {
+        m_list->setExpanded(index, !m_list->isExpanded(index));
         return;
     }
     FileNode* node = m_items->node(index);

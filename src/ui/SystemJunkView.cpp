@@ -10,6 +10,7 @@
 #include "ui/SystemJunkItemModel.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QPainter>
@@ -159,7 +160,14 @@ QWidget* SystemJunkView::buildJunkPage() {
     m_list->setAllColumnsShowFocus(true);
     m_list->viewport()->setAttribute(Qt::WA_Hover);
     m_list->viewport()->installEventFilter(this);
+    m_list->installEventFilter(this);
     layout->addWidget(m_list, 1);
+    // Moving through the rows by keyboard selects their nodes as clicks do.
+    connect(m_list->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this](const QModelIndex& current) {
+                if (const JunkItem* item = m_items->item(current.row()); item && !m_syncing)
+                    m_model.setSelectedNode(item->node);
+            });
 
     new panel::HoverLink(m_list, m_model.app().chart(), [this](const QModelIndex& index) {
         const JunkItem* item = m_items->item(index.row());
@@ -253,6 +261,13 @@ bool SystemJunkView::eventFilter(QObject* watched, QEvent* event) {
     // The click signal carries no modifiers: keep the ones of the press that began it.
     if (watched == m_list->viewport() && event->type() == QEvent::MouseButtonPress)
         m_pressModifiers = static_cast<QMouseEvent*>(event)->modifiers();
+    // Space toggles the current item's checkbox, as a click on it does.
+    if (watched == m_list && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space) {
+        if (const JunkItem* item = m_items->item(m_list->currentIndex().row()))
+            SystemJunkPanelState::clickItemCheckbox(*item, m_model.app().cleanupList());
+        return true;
+    }
     return QWidget::eventFilter(watched, event);
 }
 
