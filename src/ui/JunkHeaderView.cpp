@@ -58,19 +58,19 @@ std::optional<JunkSortKey> JunkHeaderView::keyOf(int column) {
 }
 
 void JunkHeaderView::applyColumnWidths() {
-    // The design's widths, widened where the desktop font needs more for a title and
+    // The columns' usual widths, widened where the desktop font needs more for a title and
     // its chevron.
     const QFontMetrics metrics(font());
     const std::pair<int, int> widths[] = {{Model::checkColumn, 30},
                                           {Model::sizeColumn, 70},
                                           {Model::confidenceColumn, 65},
                                           {Model::modifiedColumn, 100}};
-    for (const auto& [column, designWidth] : widths) {
+    for (const auto& [column, usualWidth] : widths) {
         const QString title =
             model() ? model()->headerData(column, Qt::Horizontal).toString() : QString();
         setSectionResizeMode(column, QHeaderView::Fixed);
         resizeSection(column,
-                      std::max(designWidth, metrics.horizontalAdvance(title) + kChevronWidth + 16));
+                      std::max(usualWidth, metrics.horizontalAdvance(title) + kChevronWidth + 16));
     }
     setSectionResizeMode(Model::nameColumn, QHeaderView::Stretch);
 }
