@@ -44,8 +44,11 @@ void SystemJunkViewModel::cancelPending() {
 
 void SystemJunkViewModel::classify(const NodePtr& root, CleanupListStore& cleanupList,
                                    int diagnosticAgeDays, int cacheStalenessAgeDays) {
+    const bool wasClassifying = isClassifying();
     if (!root) {
         cancelPending();
+        if (wasClassifying)
+            emit classifyingChanged();
         if (!m_groups.empty()) {
             m_groups.clear();
             emit groupsChanged();
@@ -80,12 +83,14 @@ void SystemJunkViewModel::classify(const NodePtr& root, CleanupListStore& cleanu
                 return;
             const auto watcher = std::move(m_pending); // deleted when this run is published
             const QFuture<Orphans> future = watcher->future();
-            if (future.isCanceled() || future.resultCount() == 0)
-                return;
-            finish(root, future.result(), diagnosticMaxAge, cacheMaxAge, places);
+            if (!future.isCanceled() && future.resultCount() != 0)
+                finish(root, future.result(), diagnosticMaxAge, cacheMaxAge, places);
+            emit classifyingChanged();
         },
         Qt::QueuedConnection);
     m_pending->setFuture(m_lookup(std::move(candidates)));
+    if (!wasClassifying)
+        emit classifyingChanged();
 }
 
 void SystemJunkViewModel::finish(const NodePtr& root, const Orphans& orphans,

@@ -74,6 +74,8 @@ public:
 signals:
     void groupsChanged();
     void highConfidenceTotalChanged();
+    /// isClassifying changed: a run started, or the last one ended or was dropped.
+    void classifyingChanged();
 
 private:
     void cancelPending();
