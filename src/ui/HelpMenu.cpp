@@ -14,7 +14,7 @@
 
 namespace ringfold {
 
-QWidget* showHelpWindow() {
+QWidget* showHelpWindow(const QString& section) {
     static QPointer<QTextBrowser> window;
     if (!window) {
         window = new QTextBrowser;
@@ -28,6 +28,8 @@ QWidget* showHelpWindow() {
         QObject::connect(qApp, &QCoreApplication::aboutToQuit, window.data(),
                          &QObject::deleteLater);
     }
+    if (!section.isEmpty())
+        window->scrollToAnchor(section);
     window->show();
     window->raise();
     window->activateWindow();

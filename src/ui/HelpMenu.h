@@ -6,7 +6,10 @@
 //
 // Threads: GUI thread only.
 
+#include <QString>
+
 class QMainWindow;
+
 class QWidget;
 
 namespace ringfold {
@@ -16,7 +19,8 @@ class UpdateChecker;
 /// Adds the Help menu to the window's menu bar, with "Check for Updates…", and shows
 /// what update checks find in a notice that does not block the window.
 void addHelpMenu(QMainWindow& window, UpdateChecker& updates);
-/// Shows the help window, made on first use and reused afterwards.
-QWidget* showHelpWindow();
+/// Shows the help window, made on first use and reused afterwards, at `section` (an
+/// anchor of the page) when given.
+QWidget* showHelpWindow(const QString& section = {});
 
 } // namespace ringfold

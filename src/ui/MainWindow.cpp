@@ -13,6 +13,7 @@
 #include "ui/ScanOverlay.h"
 #include "ui/SettingsView.h"
 #include "ui/SheetPresenter.h"
+#include "ui/StartupNotices.h"
 #include "ui/SidebarView.h"
 #include "ui/Symbols.h"
 
@@ -410,6 +411,7 @@ void MainWindow::showEvent(QShowEvent* event) {
     if (!m_started) {
         m_started = true;
         m_model.start();
+        runStartupChecks(this, m_model.app().settings());
     }
 }
 

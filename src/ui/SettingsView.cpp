@@ -180,7 +180,7 @@ void SettingsView::build() {
     updateRow->addWidget(
         note(QStringLiteral("Version ") + QCoreApplication::applicationVersion(), updates));
     u->addLayout(updateRow);
-    m_reset = new QPushButton(QStringLiteral("Reset scan history & favorites"), updates);
+    m_reset = new QPushButton(QStringLiteral("Reset scan history && favorites"), updates);
     QPalette danger = m_reset->palette();
     danger.setColor(QPalette::ButtonText, QColor(0xd7, 0x3a, 0x31));
     m_reset->setPalette(danger);
