@@ -1,5 +1,7 @@
 #include "app/operations/FileTreeOps.h"
 
+#include "app/operations/FileMetadata.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -8,6 +10,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace ringfold {
 
@@ -53,69 +56,109 @@ int FileTreeOps::entryNames(int dirFd, std::vector<std::string>& out) {
 
 namespace {
 
-// Owner where allowed (quietly: only root may give files away), then the permission
-// bits (set-id bits only when the owner could be kept), then the times.
-int applyMetadata(int fd, const struct stat& st) {
-    const bool ownerKept = ::fchown(fd, st.st_uid, st.st_gid) == 0;
-    mode_t mode = st.st_mode & 07777;
-    if (!ownerKept)
-        mode &= ~mode_t(S_ISUID | S_ISGID);
-    if (::fchmod(fd, mode) != 0)
-        return errno;
-    const timespec times[2] = {st.st_atim, st.st_mtim};
-    return ::futimens(fd, times) == 0 ? 0 : errno;
-}
-
-int writeAll(int fd, const char* data, std::size_t size) {
-    while (size > 0) {
-        ssize_t n = ::write(fd, data, size);
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return errno;
-        }
-        data += n;
-        size -= std::size_t(n);
+// Tells the caller of the bytes written in steps of a few MiB, so that a progress bar
+// costs nothing next to the copy.
+class ByteProgress {
+public:
+    explicit ByteProgress(const std::function<void(std::int64_t)>& report) : m_report(report) {}
+    void add(std::int64_t bytes) {
+        m_pending += bytes;
+        if (m_pending >= kStep)
+            flush();
     }
-    return 0;
-}
+    void flush() {
+        if (m_pending > 0 && m_report)
+            m_report(std::exchange(m_pending, 0));
+    }
 
-int copyContents(int in, int out) {
-    bool fallback = false;
-    std::int64_t total = 0;
-    while (!fallback) {
-        ssize_t n = ::copy_file_range(in, nullptr, out, nullptr, std::size_t(1) << 30, 0);
-        if (n < 0) {
-            if (errno == EINTR)
+private:
+    static constexpr std::int64_t kStep = std::int64_t(4) << 20;
+    const std::function<void(std::int64_t)>& m_report;
+    std::int64_t m_pending = 0;
+};
+
+// The data of regular files, at the same offsets in the copy: by the kernel where it
+// can (no trip through user space, and a clone where the file system shares blocks),
+// else through one buffer kept for the whole item.
+class DataCopy {
+public:
+    explicit DataCopy(ByteProgress& progress) : m_progress(progress) {}
+
+    // A file whose allocated blocks fall short of its size has holes: only its data
+    // ranges are copied, and the copy is given the full size, so the holes stay holes.
+    int file(int in, int out, const struct stat& st) {
+        m_kernel = true;
+        if (st.st_blocks * 512 >= st.st_size)
+            return range(in, out, 0, -1);
+        off_t pos = 0;
+        for (;;) {
+            const off_t data = ::lseek(in, pos, SEEK_DATA);
+            if (data < 0 && errno == ENXIO) // only a hole is left
+                break;
+            if (data < 0)
+                return pos == 0 && errno == EINVAL ? range(in, out, 0, -1) : errno;
+            const off_t hole = ::lseek(in, data, SEEK_HOLE);
+            if (hole < 0)
+                return errno;
+            if (int e = range(in, out, data, hole))
+                return e;
+            pos = hole;
+        }
+        return ::ftruncate(out, st.st_size) == 0 ? 0 : errno;
+    }
+
+private:
+    static constexpr std::size_t kChunk = std::size_t(8) << 20;
+
+    // Bytes [pos, end) of `in`, or up to its end when `end` is negative.
+    int range(int in, int out, off_t pos, off_t end) {
+        const auto want = [&](std::size_t most) {
+            return end < 0 ? most : std::size_t(std::min<off_t>(off_t(most), end - pos));
+        };
+        while (m_kernel && (end < 0 || pos < end)) {
+            loff_t from = pos, to = pos;
+            const ssize_t n = ::copy_file_range(in, &from, out, &to, want(kChunk), 0);
+            if (n < 0 && errno == EINTR)
                 continue;
-            if (total == 0 && (errno == EXDEV || errno == ENOSYS || errno == EINVAL ||
-                               errno == EOPNOTSUPP || errno == EBADF || errno == EPERM)) {
-                fallback = true;
+            if (n < 0 && (errno == EXDEV || errno == ENOSYS || errno == EINVAL ||
+                          errno == EOPNOTSUPP || errno == EBADF || errno == EPERM)) {
+                m_kernel = false; // across file systems, or not offered here
                 break;
             }
-            return errno;
+            if (n < 0)
+                return errno;
+            if (n == 0)
+                return 0;
+            pos += n;
+            m_progress.add(n);
         }
-        if (n == 0)
-            return 0;
-        total += n;
-    }
-    std::vector<char> buffer(std::size_t(1) << 20);
-    for (;;) {
-        ssize_t n = ::read(in, buffer.data(), buffer.size());
-        if (n < 0) {
-            if (errno == EINTR)
+        m_buffer.resize(std::size_t(1) << 20);
+        while (end < 0 || pos < end) {
+            const ssize_t n = ::pread(in, m_buffer.data(), want(m_buffer.size()), pos);
+            if (n < 0 && errno == EINTR)
                 continue;
-            return errno;
+            if (n <= 0)
+                return n == 0 ? 0 : errno;
+            for (ssize_t done = 0; done < n;) {
+                const ssize_t w = ::pwrite(out, m_buffer.data() + done, std::size_t(n - done),
+                                           pos + done);
+                if (w < 0 && errno != EINTR)
+                    return errno;
+                done += std::max<ssize_t>(w, 0);
+            }
+            pos += n;
+            m_progress.add(n);
         }
-        if (n == 0)
-            return 0;
-        if (int e = writeAll(out, buffer.data(), std::size_t(n)))
-            return e;
+        return 0;
     }
-}
+
+    ByteProgress& m_progress;
+    std::vector<char> m_buffer;
+    bool m_kernel = true;
+};
 
 int copyRegular(int srcDir, const char* srcName, int dstDir, const char* dstName,
-                const struct stat& st, bool& created) {
+                const struct stat& st, bool& created, DataCopy& data) {
     Fd in(::openat(srcDir, srcName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     if (!in)
         return errno;
@@ -123,9 +166,9 @@ int copyRegular(int srcDir, const char* srcName, int dstDir, const char* dstName
     if (!out)
         return errno;
     created = true;
-    if (int e = copyContents(in.get(), out.get()))
+    if (int e = data.file(in.get(), out.get(), st))
         return e;
-    if (int e = applyMetadata(out.get(), st))
+    if (int e = FileMetadata::apply(in.get(), out.get(), st))
         return e;
     // Network file systems report write errors as late as close.
     return ::close(out.release()) == 0 ? 0 : errno;
@@ -148,15 +191,20 @@ int copySymlink(int srcDir, const char* srcName, int dstDir, const char* dstName
         return errno;
     created = true;
     (void)::fchownat(dstDir, dstName, st.st_uid, st.st_gid, AT_SYMLINK_NOFOLLOW);
+    if (int e = FileMetadata::copyAttributesAt(srcDir, srcName, dstDir, dstName))
+        return e;
     const timespec times[2] = {st.st_atim, st.st_mtim};
     return ::utimensat(dstDir, dstName, times, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
 }
 
-int copySpecial(int dstDir, const char* dstName, const struct stat& st, bool& created) {
+int copySpecial(int srcDir, const char* srcName, int dstDir, const char* dstName,
+                const struct stat& st, bool& created) {
     if (::mknodat(dstDir, dstName, (st.st_mode & S_IFMT) | 0600, st.st_rdev) != 0)
         return errno;
     created = true;
     (void)::fchownat(dstDir, dstName, st.st_uid, st.st_gid, AT_SYMLINK_NOFOLLOW);
+    if (int e = FileMetadata::copyAttributesAt(srcDir, srcName, dstDir, dstName))
+        return e;
     if (::fchmodat(dstDir, dstName, st.st_mode & 0777, 0) != 0)
         return errno;
     const timespec times[2] = {st.st_atim, st.st_mtim};
@@ -297,43 +345,144 @@ void record(FileTreeOps::Manifest* copied, const struct stat& s) {
         (*copied)[{s.st_dev, s.st_ino}] = FileTreeOps::Fingerprint{s.st_size, s.st_mtim};
 }
 
+int copyLeaf(int sParent, int dParent, const char* name, const struct stat& st,
+             DataCopy& data) {
+    bool made = false;
+    if (S_ISREG(st.st_mode))
+        return copyRegular(sParent, name, dParent, name, st, made, data);
+    if (S_ISLNK(st.st_mode))
+        return copySymlink(sParent, name, dParent, name, st, made);
+    return copySpecial(sParent, name, dParent, name, st, made);
+}
+
+// The names of one file inside a copied folder become names of one copy. The first
+// copy of every file with more than one name is remembered as a folder and a name under
+// the copy's root; the folders are kept as a parent-linked table, filled only on the way
+// to such a file, so that memory follows the linked files, not the tree. Reaching the
+// first copy again opens its folders one by one from the root: two descriptors at any
+// depth.
+class LinkTracker {
+public:
+    LinkTracker(int dstDir, const char* dstName) : m_dstDir(dstDir), m_dstName(dstName) {}
+
+    void enter(const char* name) {
+        m_path.emplace_back(name);
+        m_index.push_back(-1);
+    }
+    void leave() {
+        m_path.pop_back();
+        m_index.pop_back();
+    }
+
+    // Makes `name` in `dParent` a link to an earlier copy of the same file; false when
+    // this is the file's first name here, or the link cannot be made (too many links,
+    // a file system without them), so that the caller copies it.
+    bool link(const struct stat& st, int dParent, const char* name) {
+        const auto it = m_first.find({st.st_dev, st.st_ino});
+        if (it == m_first.end())
+            return false;
+        Fd folder(FileTreeOps::openDirectory(m_dstDir, m_dstName));
+        std::vector<const std::string*> chain;
+        for (int i = it->second.folder; i >= 0; i = m_folders[std::size_t(i)].parent)
+            chain.push_back(&m_folders[std::size_t(i)].name);
+        for (auto c = chain.rbegin(); folder && c != chain.rend(); ++c)
+            folder.reset(FileTreeOps::openDirectory(folder.get(), (*c)->c_str()));
+        return folder && ::linkat(folder.get(), it->second.name.c_str(), dParent, name, 0) == 0;
+    }
+    // The copy just made of `name` in the current folder is the one to link to from now
+    // on (after a failed link too: a full file is not linked to again and again).
+    void copied(const struct stat& st, const char* name) {
+        if (st.st_nlink > 1)
+            m_first[{st.st_dev, st.st_ino}] = {currentFolder(), name};
+    }
+
+private:
+    struct Folder {
+        int parent;
+        std::string name;
+    };
+    struct Place {
+        int folder; // into m_folders; -1 is the copy's root
+        std::string name;
+    };
+    int currentFolder() {
+        for (std::size_t i = 0; i < m_index.size(); ++i) {
+            if (m_index[i] < 0) {
+                m_folders.push_back({i == 0 ? -1 : m_index[i - 1], m_path[i]});
+                m_index[i] = int(m_folders.size()) - 1;
+            }
+        }
+        return m_index.empty() ? -1 : m_index.back();
+    }
+
+    int m_dstDir;
+    const char* m_dstName;
+    std::vector<std::string> m_path; // below the root, down to the current folder
+    std::vector<int> m_index;        // each level's row in m_folders, -1 until needed
+    std::vector<Folder> m_folders;
+    std::map<std::pair<dev_t, ino_t>, Place> m_first;
+};
+
 } // namespace
 
 int FileTreeOps::copyEntry(int srcDir, const char* srcName, int dstDir, const char* dstName,
-                           bool& created, Manifest* copied) {
+                           bool& created, Manifest* copied,
+                           const std::function<void(std::int64_t)>& onBytes) {
     struct stat st {};
     if (::fstatat(srcDir, srcName, &st, AT_SYMLINK_NOFOLLOW) != 0)
         return errno;
     record(copied, st);
-    if (S_ISREG(st.st_mode))
-        return copyRegular(srcDir, srcName, dstDir, dstName, st, created);
-    if (S_ISLNK(st.st_mode))
-        return copySymlink(srcDir, srcName, dstDir, dstName, st, created);
-    if (!S_ISDIR(st.st_mode))
-        return copySpecial(dstDir, dstName, st, created);
+    ByteProgress progress(onBytes);
+    DataCopy data(progress);
+    if (!S_ISDIR(st.st_mode)) {
+        int e = 0;
+        if (S_ISREG(st.st_mode))
+            e = copyRegular(srcDir, srcName, dstDir, dstName, st, created, data);
+        else if (S_ISLNK(st.st_mode))
+            e = copySymlink(srcDir, srcName, dstDir, dstName, st, created);
+        else
+            e = copySpecial(srcDir, srcName, dstDir, dstName, st, created);
+        progress.flush();
+        return e;
+    }
     struct Copy : NoHooks {
         bool& created;
         Manifest* copied;
+        DataCopy& data;
+        LinkTracker links;
+        int depth = 0;
         int enter(int, int dParent, const char*, const char* dName, const struct stat& st) {
             record(copied, st);
             // Owner-writable while filling it; the source's bits are applied at the end.
             if (::mkdirat(dParent, dName, 0700) != 0)
                 return errno;
             created = true;
+            if (depth++ > 0)
+                links.enter(dName);
             return 0;
         }
         int leaf(int sParent, int dParent, const char* name, const struct stat& st) {
             record(copied, st);
-            bool made = false;
-            if (S_ISREG(st.st_mode))
-                return copyRegular(sParent, name, dParent, name, st, made);
-            if (S_ISLNK(st.st_mode))
-                return copySymlink(sParent, name, dParent, name, st, made);
-            return copySpecial(dParent, name, st, made);
+            if (st.st_nlink > 1 && links.link(st, dParent, name))
+                return 0;
+            const int e = copyLeaf(sParent, dParent, name, st, data);
+            if (!e)
+                links.copied(st, name);
+            return e;
         }
-        int leave(int, int dFd, const struct stat& st) { return applyMetadata(dFd, st); }
-    } hooks{{}, created, copied};
-    return walkFolders(srcDir, srcName, dstDir, dstName, st, hooks);
+        // Last, so that the folder's default ACL is not inherited by the copies inside.
+        int leave(int sFd, int dFd, const struct stat& st) {
+            return FileMetadata::apply(sFd, dFd, st);
+        }
+        int left(int, int, const char*) {
+            if (--depth > 0)
+                links.leave();
+            return 0;
+        }
+    } hooks{{}, created, copied, data, LinkTracker(dstDir, dstName)};
+    const int e = walkFolders(srcDir, srcName, dstDir, dstName, st, hooks);
+    progress.flush();
+    return e;
 }
 
 // Removes an item and everything in it. `ownCopy`: the item is a partial copy of
