@@ -69,9 +69,14 @@ public:
     /// difference reads as EIO.
     static int verifyTree(int srcDir, const char* srcName, int dstDir, const char* dstName);
     /// Whether the whole item can be removed once it is copied, so that a move across
-    /// file systems does not stop half-way through deleting it: folders readable and
-    /// writable, no other file system (`device`) mounted inside.
-    static int checkRemovable(int dir, const char* name, dev_t device);
+    /// file systems does not stop half-way through deleting it. Refused: a folder we may
+    /// not read and change (EACCES); an immutable or append-only entry, or the item in
+    /// such a folder (EPERM); an entry of another user's in a sticky folder not ours,
+    /// unless we hold CAP_FOWNER (EPERM); anything mounted inside, another file system
+    /// (`device`) or a bind mount (EBUSY). `blocker` receives the first refused entry's
+    /// path relative to the item's folder ("item/sub/file").
+    static int checkRemovable(int dir, const char* name, dev_t device,
+                              std::string* blocker = nullptr);
 };
 
 } // namespace ringfold
