@@ -36,8 +36,7 @@ struct Target {
 };
 
 // A name list or a value, which may grow between asking for its size and reading it.
-template <typename Read>
-int readGrowing(std::vector<char>& buffer, Read read) {
+template <typename Read> int readGrowing(std::vector<char>& buffer, Read read) {
     for (int attempt = 0; attempt < 8; ++attempt) {
         const ssize_t size = read(nullptr, 0);
         if (size < 0)

@@ -143,8 +143,8 @@ private:
             if (n <= 0)
                 return n == 0 ? 0 : errno;
             for (ssize_t done = 0; done < n;) {
-                const ssize_t w = ::pwrite(out, m_buffer.data() + done, std::size_t(n - done),
-                                           pos + done);
+                const ssize_t w =
+                    ::pwrite(out, m_buffer.data() + done, std::size_t(n - done), pos + done);
                 if (w < 0 && errno != EINTR)
                     return errno;
                 done += std::max<ssize_t>(w, 0);
@@ -348,8 +348,7 @@ void record(FileTreeOps::Manifest* copied, const struct stat& s) {
         (*copied)[{s.st_dev, s.st_ino}] = FileTreeOps::Fingerprint{s.st_size, s.st_mtim};
 }
 
-int copyLeaf(int sParent, int dParent, const char* name, const struct stat& st,
-             DataCopy& data) {
+int copyLeaf(int sParent, int dParent, const char* name, const struct stat& st, DataCopy& data) {
     bool made = false;
     if (S_ISREG(st.st_mode))
         return copyRegular(sParent, name, dParent, name, st, made, data);
@@ -674,7 +673,7 @@ int FileTreeOps::checkRemovable(int dir, const char* name, dev_t device, std::st
         dev_t device;
         uid_t me = ::geteuid();
         bool mayOverride = mayRemoveOthersFiles();
-        std::vector<std::string> path;    // from the item down to the current folder
+        std::vector<std::string> path;     // from the item down to the current folder
         std::vector<struct statx> folders; // the item's folder, then the item's own
         std::string* blocker;
 
