@@ -58,14 +58,15 @@ constexpr const char* kDefaultAcl = "system.posix_acl_default";
 
 // Losing an attribute passes where `mv` lets it pass: the destination holds no such
 // attributes at all (EOPNOTSUPP, which is also ENOTSUP here), or it is one of the
-// system's labels (security.*, trusted.*) that we are not permitted to read or set.
-// Any other failure, on user data or an ACL, fails the copy rather than silently
-// widening or narrowing who may read the file.
+// system's labels (security.*, trusted.*) that we are not permitted to read or set, or
+// that the destination's security policy does not know (EINVAL): a new entry gets the
+// destination's own label then. Any other failure, on user data or an ACL, fails the
+// copy rather than silently widening or narrowing who may read the file.
 bool mayLose(std::string_view name, int error) {
     if (error == EOPNOTSUPP)
         return true;
     const bool label = name.starts_with("security.") || name.starts_with("trusted.");
-    return label && (error == EPERM || error == EACCES);
+    return label && (error == EPERM || error == EACCES || error == EINVAL);
 }
 
 int copyAttributes(const Target& from, const Target& to) {

@@ -1,5 +1,6 @@
 #include "app/operations/FileTreeOps.h"
 
+#include "app/operations/FileData.h"
 #include "app/operations/FileMetadata.h"
 
 #include <algorithm>
@@ -59,109 +60,8 @@ int FileTreeOps::entryNames(int dirFd, std::vector<std::string>& out) {
 
 namespace {
 
-// Tells the caller of the bytes written in steps of a few MiB, so that a progress bar
-// costs nothing next to the copy.
-class ByteProgress {
-public:
-    explicit ByteProgress(const std::function<void(std::int64_t)>& report) : m_report(report) {}
-    void add(std::int64_t bytes) {
-        m_pending += bytes;
-        if (m_pending >= kStep)
-            flush();
-    }
-    void flush() {
-        if (m_pending > 0 && m_report)
-            m_report(std::exchange(m_pending, 0));
-    }
-
-private:
-    static constexpr std::int64_t kStep = std::int64_t(4) << 20;
-    const std::function<void(std::int64_t)>& m_report;
-    std::int64_t m_pending = 0;
-};
-
-// The data of regular files, at the same offsets in the copy: by the kernel where it
-// can (no trip through user space, and a clone where the file system shares blocks),
-// else through one buffer kept for the whole item.
-class DataCopy {
-public:
-    explicit DataCopy(ByteProgress& progress) : m_progress(progress) {}
-
-    // A file whose allocated blocks fall short of its size has holes: only its data
-    // ranges are copied, and the copy is given the full size, so the holes stay holes.
-    int file(int in, int out, const struct stat& st) {
-        m_kernel = true;
-        if (st.st_blocks * 512 >= st.st_size)
-            return range(in, out, 0, -1);
-        off_t pos = 0;
-        for (;;) {
-            const off_t data = ::lseek(in, pos, SEEK_DATA);
-            if (data < 0 && errno == ENXIO) // only a hole is left
-                break;
-            if (data < 0)
-                return pos == 0 && errno == EINVAL ? range(in, out, 0, -1) : errno;
-            const off_t hole = ::lseek(in, data, SEEK_HOLE);
-            if (hole < 0)
-                return errno;
-            if (int e = range(in, out, data, hole))
-                return e;
-            pos = hole;
-        }
-        return ::ftruncate(out, st.st_size) == 0 ? 0 : errno;
-    }
-
-private:
-    static constexpr std::size_t kChunk = std::size_t(8) << 20;
-
-    // Bytes [pos, end) of `in`, or up to its end when `end` is negative.
-    int range(int in, int out, off_t pos, off_t end) {
-        const auto want = [&](std::size_t most) {
-            return end < 0 ? most : std::size_t(std::min<off_t>(off_t(most), end - pos));
-        };
-        while (m_kernel && (end < 0 || pos < end)) {
-            loff_t from = pos, to = pos;
-            const ssize_t n = ::copy_file_range(in, &from, out, &to, want(kChunk), 0);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n < 0 && (errno == EXDEV || errno == ENOSYS || errno == EINVAL ||
-                          errno == EOPNOTSUPP || errno == EBADF || errno == EPERM)) {
-                m_kernel = false; // across file systems, or not offered here
-                break;
-            }
-            if (n < 0)
-                return errno;
-            if (n == 0)
-                return 0;
-            pos += n;
-            m_progress.add(n);
-        }
-        m_buffer.resize(std::size_t(1) << 20);
-        while (end < 0 || pos < end) {
-            const ssize_t n = ::pread(in, m_buffer.data(), want(m_buffer.size()), pos);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-                return n == 0 ? 0 : errno;
-            for (ssize_t done = 0; done < n;) {
-                const ssize_t w =
-                    ::pwrite(out, m_buffer.data() + done, std::size_t(n - done), pos + done);
-                if (w < 0 && errno != EINTR)
-                    return errno;
-                done += std::max<ssize_t>(w, 0);
-            }
-            pos += n;
-            m_progress.add(n);
-        }
-        return 0;
-    }
-
-    ByteProgress& m_progress;
-    std::vector<char> m_buffer;
-    bool m_kernel = true;
-};
-
 int copyRegular(int srcDir, const char* srcName, int dstDir, const char* dstName,
-                const struct stat& st, bool& created, DataCopy& data) {
+                const struct stat& st, bool& created, FileData& data) {
     Fd in(::openat(srcDir, srcName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     if (!in)
         return errno;
@@ -169,7 +69,7 @@ int copyRegular(int srcDir, const char* srcName, int dstDir, const char* dstName
     if (!out)
         return errno;
     created = true;
-    if (int e = data.file(in.get(), out.get(), st))
+    if (int e = data.copy(in.get(), out.get(), st))
         return e;
     if (int e = FileMetadata::apply(in.get(), out.get(), st))
         return e;
@@ -348,7 +248,7 @@ void record(FileTreeOps::Manifest* copied, const struct stat& s) {
         (*copied)[{s.st_dev, s.st_ino}] = FileTreeOps::Fingerprint{s.st_size, s.st_mtim};
 }
 
-int copyLeaf(int sParent, int dParent, const char* name, const struct stat& st, DataCopy& data) {
+int copyLeaf(int sParent, int dParent, const char* name, const struct stat& st, FileData& data) {
     bool made = false;
     if (S_ISREG(st.st_mode))
         return copyRegular(sParent, name, dParent, name, st, made, data);
@@ -435,7 +335,7 @@ int FileTreeOps::copyEntry(int srcDir, const char* srcName, int dstDir, const ch
         return errno;
     record(copied, st);
     ByteProgress progress(onBytes);
-    DataCopy data(progress);
+    FileData data(progress);
     if (!S_ISDIR(st.st_mode)) {
         int e = 0;
         if (S_ISREG(st.st_mode))
@@ -450,7 +350,7 @@ int FileTreeOps::copyEntry(int srcDir, const char* srcName, int dstDir, const ch
     struct Copy : NoHooks {
         bool& created;
         Manifest* copied;
-        DataCopy& data;
+        FileData& data;
         LinkTracker links;
         int depth = 0;
         int enter(int, int dParent, const char*, const char* dName, const struct stat& st) {
