@@ -22,13 +22,16 @@
 #include <fstream>
 #include <functional>
 #include <grp.h>
+#include <linux/fs.h>
 #include <map>
 #include <sched.h>
 #include <sstream>
+#include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 #include <utility>
 
@@ -100,6 +103,42 @@ struct Scanned {
         return outcome;
     }
 };
+
+// Runs `fn` in a child as uid and gid 65534 and returns its answer.
+std::string asNobody(const std::function<std::string()>& fn) {
+    int pipeFds[2];
+    if (::pipe(pipeFds) != 0)
+        return "no pipe";
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const bool dropped =
+            ::setgroups(0, nullptr) == 0 && ::setgid(65534) == 0 && ::setuid(65534) == 0;
+        const std::string answer = dropped ? fn() : "still privileged";
+        ::_exit(::write(pipeFds[1], answer.data(), answer.size()) < 0);
+    }
+    ::close(pipeFds[1]);
+    std::string answer(4096, '\0');
+    const ssize_t n = ::read(pipeFds[0], answer.data(), answer.size());
+    ::close(pipeFds[0]);
+    ::waitpid(child, nullptr, 0);
+    return answer.substr(0, std::size_t(std::max<ssize_t>(n, 0)));
+}
+
+// A POSIX ACL in the kernel's attribute form (little-endian): owner rw, user 65534 r,
+// group r, mask r, others nothing.
+const std::string kAcl("\2\0\0\0"
+                       "\1\0\6\0\xff\xff\xff\xff"
+                       "\2\0\4\0\xfe\xff\0\0"
+                       "\4\0\4\0\xff\xff\xff\xff"
+                       "\x10\0\4\0\xff\xff\xff\xff"
+                       "\x20\0\0\0\xff\xff\xff\xff",
+                       44);
+
+std::string xattrOf(const std::string& path, const std::string& name) {
+    char value[256];
+    const ssize_t n = ::lgetxattr(path.c_str(), name.c_str(), value, sizeof value);
+    return n < 0 ? "(none)" : std::string(value, std::size_t(n));
+}
 
 // What the .trashinfo files of `trash` record: the percent-decoded Path of each complete
 // one, mapped to the item's name in files/ ("(missing)" when nothing is there).
@@ -255,17 +294,11 @@ private slots:
         for (const auto& entry : fs::recursive_directory_iterator(home.root()))
             QCOMPARE(::lchown(entry.path().c_str(), 65534, 65534), 0);
         home.chmod("share/Trash/info", 0500);
-        const pid_t child = ::fork();
-        if (child == 0) {
-            const bool dropped =
-                ::setgroups(0, nullptr) == 0 && ::setgid(65534) == 0 && ::setuid(65534) == 0;
-            const auto failure = Trash::moveToTrash(home.fullPath("mine.txt")).value_or("");
-            ::_exit(dropped && failure.endsWith(QStringLiteral("Permission denied")) ? 0 : 1);
-        }
-        int status = -1;
-        ::waitpid(child, &status, 0);
+        const std::string failure = asNobody([&] {
+            return Trash::moveToTrash(home.fullPath("mine.txt")).value_or("").toStdString();
+        });
         qunsetenv("XDG_DATA_HOME");
-        QCOMPARE(status, 0);
+        QVERIFY2(failure.ends_with("Permission denied"), failure.c_str());
         QCOMPARE(readAll(home.fullPath("mine.txt")), std::string("mine"));
     }
 
@@ -302,8 +335,9 @@ private slots:
         QVERIFY(!fs::exists(s.path("dest/samedir/dest")));
     }
 
-    // One tmpfs of 8 MiB: a tree of every kind of entry moves over intact, then an item
-    // that does not fit fails, leaves no partial copy and keeps its source.
+    // One tmpfs of 8 MiB: a tree of every kind of entry moves over intact (with its
+    // attributes, ACLs, links and a 64 MiB sparse file that fits only as one), then an
+    // item that does not fit fails, leaves no partial copy and keeps its source.
     void moveAcrossFileSystemsKeepsDataIdenticalOrTheSource() {
         ScratchMount mnt("8m");
         if (mnt.path.empty())
@@ -319,6 +353,24 @@ private slots:
         const timespec old[2] = {{1'000'000'000, 0}, {1'000'000'000, 123}};
         QCOMPARE(::utimensat(AT_FDCWD, s.path("tree/sub/small.txt").c_str(), old, 0), 0);
         s.files.chmod("tree/sub", 0750);
+        s.files.sparseFile("tree/sparse.bin", 64 << 20, 4096);
+        FileTreeOps::Fd sparse(::open(s.path("tree/sparse.bin").c_str(), O_WRONLY | O_CLOEXEC));
+        QCOMPARE(::pwrite(sparse.get(), "mid", 3, 40 << 20), ssize_t(3));
+        s.files.writeFile("tree/links/a/one", 5000, 'l');
+        s.files.hardLink("tree/links/a/one", "tree/links/b/c/two");
+        s.files.writeFile("tree/acl/file", 10);
+        const std::string &acl = kAcl, user("v\0\xff", 3);
+        const std::vector<std::pair<std::string, std::string>> attributes = {
+            {"/sub/small.txt", "user.origin"},
+            {"/acl", "system.posix_acl_access"},
+            {"/acl", "system.posix_acl_default"},
+            {"/acl/file", "system.posix_acl_access"}};
+        for (const auto& [rel, name] : attributes) {
+            const std::string& value = name.starts_with("user.") ? user : acl;
+            QCOMPARE(::setxattr(s.path("tree" + rel).c_str(), name.c_str(), value.data(),
+                                value.size(), 0),
+                     0);
+        }
         s.files.writeFile("huge/a.txt", 100, 'a');
         s.files.writeFile("huge/z.bin", 6 * 1024 * 1024, 'z');
         s.scan();
@@ -350,6 +402,12 @@ private slots:
         QVERIFY(statOf("/sub/small.txt") && (st.st_mode & 07777) == 0640);
         QCOMPARE(st.st_mtim.tv_sec, time_t(1'000'000'000));
         QCOMPARE(st.st_mtim.tv_nsec, long(123));
+        for (const auto& [rel, name] : attributes)
+            QCOMPARE(xattrOf(moved + rel, name), name.starts_with("user.") ? user : acl);
+        QVERIFY(statOf("/sparse.bin") && st.st_size == 64 << 20 && st.st_blocks < 2048);
+        QVERIFY(statOf("/links/b/c/two") && st.st_nlink == 2);
+        const ino_t linked = st.st_ino;
+        QVERIFY(statOf("/links/a/one") && st.st_ino == linked);
         QVERIFY(!fs::exists(mnt.path + "/huge")); // the partial copy is gone
         QCOMPARE(readAll(s.path("huge/z.bin")), std::string(6 * 1024 * 1024, 'z'));
         QVERIFY(s.node("huge") != nullptr);
@@ -402,7 +460,11 @@ private slots:
         FileTreeOps::Fd root(::open(f.root().c_str(), O_DIRECTORY | O_CLOEXEC));
         FileTreeOps::Manifest copied;
         bool created = false;
-        QCOMPARE(FileTreeOps::copyEntry(root.get(), "src", root.get(), "dst", created, &copied), 0);
+        std::int64_t bytes = 0;
+        QCOMPARE(FileTreeOps::copyEntry(root.get(), "src", root.get(), "dst", created, &copied,
+                                        [&](std::int64_t written) { bytes += written; }),
+                 0);
+        QCOMPARE(bytes, std::int64_t(30));
         std::ofstream(f.fullPath("src/grown.txt"), std::ios::app) << "more";
         f.writeFiles({{"src/sub/new.txt", 1}, {"src/newdir/new.txt", 1}});
         int firstError = 0;
@@ -412,6 +474,54 @@ private slots:
                 !fs::exists(f.fullPath("src/sub/same.txt")));
         for (const char* kept : {"src/grown.txt", "src/sub/new.txt", "src/newdir/new.txt"})
             QVERIFY2(fs::exists(f.fullPath(kept)), kept);
+    }
+
+    // What the removal would stop at refuses the move before anything is copied, and the
+    // check names it. A sticky folder binds ordinary users only, so that case runs as one.
+    void moveAcrossFileSystemsIsRefusedUpFrontByWhatCannotBeRemoved() {
+        ScratchMount mnt("1m");
+        if (mnt.path.empty())
+            SKIP_OR_FAIL_QTEST("needs root to mount a tmpfs in a private mount namespace");
+        test::FixtureTree f;
+        f.writeFiles({{"imm/sub/locked.txt", 1}, {"bound/in/target.txt", 1}, {"other.txt", 2}});
+        f.writeFile("shared/drop/theirs.txt", 1);
+        f.chmod("shared/drop", 01777);
+        QVERIFY(::chown(f.root().c_str(), 65534, 0) == 0 &&
+                ::chown(f.fullPath("shared").c_str(), 65534, 0) == 0);
+        FileTreeOps::Fd locked(::open(f.fullPath("imm/sub/locked.txt").c_str(), O_RDONLY));
+        int flags = 0;
+        QCOMPARE(::ioctl(locked.get(), FS_IOC_GETFLAGS, &flags), 0);
+        flags |= FS_IMMUTABLE_FL;
+        QCOMPARE(::ioctl(locked.get(), FS_IOC_SETFLAGS, &flags), 0);
+        const std::shared_ptr<void> undo(nullptr, [&](void*) {
+            flags &= ~FS_IMMUTABLE_FL;
+            ::ioctl(locked.get(), FS_IOC_SETFLAGS, &flags);
+            ::umount2(f.fullPath("bound/in/target.txt").c_str(), MNT_DETACH);
+        });
+        QVERIFY(::mount(f.fullPath("other.txt").c_str(), f.fullPath("bound/in/target.txt").c_str(),
+                        nullptr, MS_BIND, nullptr) == 0);
+        struct Case {
+            std::string item, blocker;
+            int error;
+            bool asNobody;
+        };
+        for (const Case& c : {Case{"imm", "imm/sub/locked.txt", EPERM, false},
+                              Case{"bound", "bound/in/target.txt", EBUSY, false},
+                              Case{"shared", "shared/drop/theirs.txt", EPERM, true}}) {
+            const auto attempt = [&] {
+                FileTreeOps::Fd dir(::open(f.root().c_str(), O_DIRECTORY | O_CLOEXEC));
+                struct stat st {};
+                std::string blocker = "(none)";
+                ::fstatat(dir.get(), c.item.c_str(), &st, AT_SYMLINK_NOFOLLOW);
+                const int check =
+                    FileTreeOps::checkRemovable(dir.get(), c.item.c_str(), st.st_dev, &blocker);
+                const int move = FileTransfer::move(f.fullPath(c.item), mnt.path + "/" + c.item);
+                return std::to_string(check) + " " + std::to_string(move) + " " + blocker;
+            };
+            const std::string e = std::to_string(c.error);
+            QCOMPARE(c.asNobody ? asNobody(attempt) : attempt(), e + " " + e + " " + c.blocker);
+            QVERIFY(fs::is_empty(mnt.path) && fs::exists(f.fullPath(c.blocker)));
+        }
     }
 
     // Depth costs no descriptors: 2,000 nested folders under a limit of 256.

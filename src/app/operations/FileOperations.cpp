@@ -214,6 +214,13 @@ bool FileOperations::start(Kind kind, std::vector<NodePtr> nodes, std::string fo
                 if (error && report.entriesLeft > 0) {
                     result.error = halfMovedMessage(destination, report, error);
                     result.leftBehind = std::move(report.leftBehind);
+                } else if (error && !report.blocker.empty()) {
+                    // Refused before anything was copied: say what stands in the way.
+                    result.error =
+                        QStringLiteral(
+                            "nothing was moved: %1 can't be removed from the source (%2)")
+                            .arg(QFile::decodeName(QByteArray::fromStdString(report.blocker)),
+                                 QString::fromStdString(FileTransfer::message(error)));
                 } else if (error) {
                     result.error = QString::fromStdString(FileTransfer::message(error));
                 }

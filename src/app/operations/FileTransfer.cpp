@@ -121,9 +121,10 @@ int prepare(const std::string& source, const std::string& destination, Endpoints
 
 int copyInto(Endpoints& ep, FileTransfer::Report* report, FileTreeOps::Manifest* copied = nullptr) {
     bool created = false;
+    static const std::function<void(std::int64_t)> none;
     int e = FileTreeOps::copyEntry(ep.srcParent.get(), ep.src.name.c_str(), ep.dstParent.get(),
-                                   ep.dst.name.c_str(), created, copied);
-    (void)report;
+                                   ep.dst.name.c_str(), created, copied,
+                                   report ? report->onBytes : none);
     if (e && created)
         FileTreeOps::removeTree(ep.dstParent.get(), ep.dst.name.c_str(), true);
     return e;
@@ -152,14 +153,16 @@ int FileTransfer::move(const std::string& source, const std::string& destination
     if (e != EXDEV)
         return e;
 
-    if (int check = FileTreeOps::checkRemovable(ep.srcParent.get(), src, ep.st.st_dev))
+    if (int check = FileTreeOps::checkRemovable(ep.srcParent.get(), src, ep.st.st_dev,
+                                                report ? &report->blocker : nullptr))
         return check;
     if (::faccessat(ep.srcParent.get(), ".", W_OK | X_OK, 0) != 0)
         return errno;
     FileTreeOps::Manifest copied;
     if (int failed = copyInto(ep, report, &copied))
         return failed;
-    if (int differs = FileTreeOps::verifyTree(ep.srcParent.get(), src, ep.dstParent.get(), dst)) {
+    if (int differs =
+            FileTreeOps::verifyTree(ep.srcParent.get(), src, ep.dstParent.get(), dst, &copied)) {
         FileTreeOps::removeTree(ep.dstParent.get(), dst, true);
         return differs;
     }

@@ -34,6 +34,10 @@ public:
         /// paths relative to the source's folder ("proj", "proj/new.txt", ...).
         int entriesLeft = 0;
         std::vector<std::string> leftBehind;
+        /// A move refused before copying anything because part of the source could
+        /// not be removed afterwards: that entry's path relative to the source's
+        /// folder ("proj/sub/locked.txt").
+        std::string blocker;
     };
 
     /// Moves `source` to the new path `destination` (whose folder must exist).

@@ -1,5 +1,8 @@
 #include "app/operations/FileTreeOps.h"
 
+#include "app/operations/FileData.h"
+#include "app/operations/FileMetadata.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -7,7 +10,11 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
+#include <utility>
 
 namespace ringfold {
 
@@ -53,69 +60,8 @@ int FileTreeOps::entryNames(int dirFd, std::vector<std::string>& out) {
 
 namespace {
 
-// Owner where allowed (quietly: only root may give files away), then the permission
-// bits (set-id bits only when the owner could be kept), then the times.
-int applyMetadata(int fd, const struct stat& st) {
-    const bool ownerKept = ::fchown(fd, st.st_uid, st.st_gid) == 0;
-    mode_t mode = st.st_mode & 07777;
-    if (!ownerKept)
-        mode &= ~mode_t(S_ISUID | S_ISGID);
-    if (::fchmod(fd, mode) != 0)
-        return errno;
-    const timespec times[2] = {st.st_atim, st.st_mtim};
-    return ::futimens(fd, times) == 0 ? 0 : errno;
-}
-
-int writeAll(int fd, const char* data, std::size_t size) {
-    while (size > 0) {
-        ssize_t n = ::write(fd, data, size);
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return errno;
-        }
-        data += n;
-        size -= std::size_t(n);
-    }
-    return 0;
-}
-
-int copyContents(int in, int out) {
-    bool fallback = false;
-    std::int64_t total = 0;
-    while (!fallback) {
-        ssize_t n = ::copy_file_range(in, nullptr, out, nullptr, std::size_t(1) << 30, 0);
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            if (total == 0 && (errno == EXDEV || errno == ENOSYS || errno == EINVAL ||
-                               errno == EOPNOTSUPP || errno == EBADF || errno == EPERM)) {
-                fallback = true;
-                break;
-            }
-            return errno;
-        }
-        if (n == 0)
-            return 0;
-        total += n;
-    }
-    std::vector<char> buffer(std::size_t(1) << 20);
-    for (;;) {
-        ssize_t n = ::read(in, buffer.data(), buffer.size());
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return errno;
-        }
-        if (n == 0)
-            return 0;
-        if (int e = writeAll(out, buffer.data(), std::size_t(n)))
-            return e;
-    }
-}
-
 int copyRegular(int srcDir, const char* srcName, int dstDir, const char* dstName,
-                const struct stat& st, bool& created) {
+                const struct stat& st, bool& created, FileData& data) {
     Fd in(::openat(srcDir, srcName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     if (!in)
         return errno;
@@ -123,9 +69,9 @@ int copyRegular(int srcDir, const char* srcName, int dstDir, const char* dstName
     if (!out)
         return errno;
     created = true;
-    if (int e = copyContents(in.get(), out.get()))
+    if (int e = data.copy(in.get(), out.get(), st))
         return e;
-    if (int e = applyMetadata(out.get(), st))
+    if (int e = FileMetadata::apply(in.get(), out.get(), st))
         return e;
     // Network file systems report write errors as late as close.
     return ::close(out.release()) == 0 ? 0 : errno;
@@ -148,15 +94,20 @@ int copySymlink(int srcDir, const char* srcName, int dstDir, const char* dstName
         return errno;
     created = true;
     (void)::fchownat(dstDir, dstName, st.st_uid, st.st_gid, AT_SYMLINK_NOFOLLOW);
+    if (int e = FileMetadata::copyAttributesAt(srcDir, srcName, dstDir, dstName))
+        return e;
     const timespec times[2] = {st.st_atim, st.st_mtim};
     return ::utimensat(dstDir, dstName, times, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
 }
 
-int copySpecial(int dstDir, const char* dstName, const struct stat& st, bool& created) {
+int copySpecial(int srcDir, const char* srcName, int dstDir, const char* dstName,
+                const struct stat& st, bool& created) {
     if (::mknodat(dstDir, dstName, (st.st_mode & S_IFMT) | 0600, st.st_rdev) != 0)
         return errno;
     created = true;
     (void)::fchownat(dstDir, dstName, st.st_uid, st.st_gid, AT_SYMLINK_NOFOLLOW);
+    if (int e = FileMetadata::copyAttributesAt(srcDir, srcName, dstDir, dstName))
+        return e;
     if (::fchmodat(dstDir, dstName, st.st_mode & 0777, 0) != 0)
         return errno;
     const timespec times[2] = {st.st_atim, st.st_mtim};
@@ -297,43 +248,143 @@ void record(FileTreeOps::Manifest* copied, const struct stat& s) {
         (*copied)[{s.st_dev, s.st_ino}] = FileTreeOps::Fingerprint{s.st_size, s.st_mtim};
 }
 
+int copyLeaf(int sParent, int dParent, const char* name, const struct stat& st, FileData& data) {
+    bool made = false;
+    if (S_ISREG(st.st_mode))
+        return copyRegular(sParent, name, dParent, name, st, made, data);
+    if (S_ISLNK(st.st_mode))
+        return copySymlink(sParent, name, dParent, name, st, made);
+    return copySpecial(sParent, name, dParent, name, st, made);
+}
+
+// The names of one file inside a copied folder become names of one copy. The first
+// copy of every file with more than one name is remembered as a folder and a name under
+// the copy's root; the folders are kept as a parent-linked table, filled only on the way
+// to such a file, so that memory follows the linked files, not the tree. Reaching the
+// first copy again opens its folders one by one from the root: two descriptors at any
+// depth.
+class LinkTracker {
+public:
+    LinkTracker(int dstDir, const char* dstName) : m_dstDir(dstDir), m_dstName(dstName) {}
+
+    void enter(const char* name) {
+        m_path.emplace_back(name);
+        m_index.push_back(-1);
+    }
+    void leave() {
+        m_path.pop_back();
+        m_index.pop_back();
+    }
+
+    // Makes `name` in `dParent` a link to an earlier copy of the same file; false when
+    // this is the file's first name here, or the link cannot be made (too many links,
+    // a file system without them), so that the caller copies it.
+    bool link(const struct stat& st, int dParent, const char* name) {
+        const auto it = m_first.find({st.st_dev, st.st_ino});
+        if (it == m_first.end())
+            return false;
+        Fd folder(FileTreeOps::openDirectory(m_dstDir, m_dstName));
+        std::vector<const std::string*> chain;
+        for (int i = it->second.folder; i >= 0; i = m_folders[std::size_t(i)].parent)
+            chain.push_back(&m_folders[std::size_t(i)].name);
+        for (auto c = chain.rbegin(); folder && c != chain.rend(); ++c)
+            folder.reset(FileTreeOps::openDirectory(folder.get(), (*c)->c_str()));
+        return folder && ::linkat(folder.get(), it->second.name.c_str(), dParent, name, 0) == 0;
+    }
+    // The copy just made of `name` in the current folder is the one to link to from now
+    // on (after a failed link too: a full file is not linked to again and again).
+    void copied(const struct stat& st, const char* name) {
+        if (st.st_nlink > 1)
+            m_first[{st.st_dev, st.st_ino}] = {currentFolder(), name};
+    }
+
+private:
+    struct Folder {
+        int parent;
+        std::string name;
+    };
+    struct Place {
+        int folder; // into m_folders; -1 is the copy's root
+        std::string name;
+    };
+    int currentFolder() {
+        for (std::size_t i = 0; i < m_index.size(); ++i) {
+            if (m_index[i] < 0) {
+                m_folders.push_back({i == 0 ? -1 : m_index[i - 1], m_path[i]});
+                m_index[i] = int(m_folders.size()) - 1;
+            }
+        }
+        return m_index.empty() ? -1 : m_index.back();
+    }
+
+    int m_dstDir;
+    const char* m_dstName;
+    std::vector<std::string> m_path; // below the root, down to the current folder
+    std::vector<int> m_index;        // each level's row in m_folders, -1 until needed
+    std::vector<Folder> m_folders;
+    std::map<std::pair<dev_t, ino_t>, Place> m_first;
+};
+
 } // namespace
 
 int FileTreeOps::copyEntry(int srcDir, const char* srcName, int dstDir, const char* dstName,
-                           bool& created, Manifest* copied) {
+                           bool& created, Manifest* copied,
+                           const std::function<void(std::int64_t)>& onBytes) {
     struct stat st {};
     if (::fstatat(srcDir, srcName, &st, AT_SYMLINK_NOFOLLOW) != 0)
         return errno;
     record(copied, st);
-    if (S_ISREG(st.st_mode))
-        return copyRegular(srcDir, srcName, dstDir, dstName, st, created);
-    if (S_ISLNK(st.st_mode))
-        return copySymlink(srcDir, srcName, dstDir, dstName, st, created);
-    if (!S_ISDIR(st.st_mode))
-        return copySpecial(dstDir, dstName, st, created);
+    ByteProgress progress(onBytes);
+    FileData data(progress);
+    if (!S_ISDIR(st.st_mode)) {
+        int e = 0;
+        if (S_ISREG(st.st_mode))
+            e = copyRegular(srcDir, srcName, dstDir, dstName, st, created, data);
+        else if (S_ISLNK(st.st_mode))
+            e = copySymlink(srcDir, srcName, dstDir, dstName, st, created);
+        else
+            e = copySpecial(srcDir, srcName, dstDir, dstName, st, created);
+        progress.flush();
+        return e;
+    }
     struct Copy : NoHooks {
         bool& created;
         Manifest* copied;
+        FileData& data;
+        LinkTracker links;
+        int depth = 0;
         int enter(int, int dParent, const char*, const char* dName, const struct stat& st) {
             record(copied, st);
             // Owner-writable while filling it; the source's bits are applied at the end.
             if (::mkdirat(dParent, dName, 0700) != 0)
                 return errno;
             created = true;
+            if (depth++ > 0)
+                links.enter(dName);
             return 0;
         }
         int leaf(int sParent, int dParent, const char* name, const struct stat& st) {
             record(copied, st);
-            bool made = false;
-            if (S_ISREG(st.st_mode))
-                return copyRegular(sParent, name, dParent, name, st, made);
-            if (S_ISLNK(st.st_mode))
-                return copySymlink(sParent, name, dParent, name, st, made);
-            return copySpecial(dParent, name, st, made);
+            if (st.st_nlink > 1 && links.link(st, dParent, name))
+                return 0;
+            const int e = copyLeaf(sParent, dParent, name, st, data);
+            if (!e)
+                links.copied(st, name);
+            return e;
         }
-        int leave(int, int dFd, const struct stat& st) { return applyMetadata(dFd, st); }
-    } hooks{{}, created, copied};
-    return walkFolders(srcDir, srcName, dstDir, dstName, st, hooks);
+        // Last, so that the folder's default ACL is not inherited by the copies inside.
+        int leave(int sFd, int dFd, const struct stat& st) {
+            return FileMetadata::apply(sFd, dFd, st);
+        }
+        int left(int, int, const char*) {
+            if (--depth > 0)
+                links.leave();
+            return 0;
+        }
+    } hooks{{}, created, copied, data, LinkTracker(dstDir, dstName)};
+    const int e = walkFolders(srcDir, srcName, dstDir, dstName, st, hooks);
+    progress.flush();
+    return e;
 }
 
 // Removes an item and everything in it. `ownCopy`: the item is a partial copy of
@@ -363,17 +414,25 @@ int FileTreeOps::removeTree(int dir, const char* name, bool ownCopy) {
     return walkFolders(dir, name, -1, name, st, hooks);
 }
 
+namespace {
+
+// The entry is one a copy recorded and has not changed since: same inode, and for
+// anything but a folder the same size and modification time.
+bool asCopied(const FileTreeOps::Manifest& copied, const struct stat& s) {
+    const auto it = copied.find({s.st_dev, s.st_ino});
+    return it != copied.end() &&
+           (S_ISDIR(s.st_mode) ||
+            (it->second.size == s.st_size && it->second.mtime.tv_sec == s.st_mtim.tv_sec &&
+             it->second.mtime.tv_nsec == s.st_mtim.tv_nsec));
+}
+
+} // namespace
+
 int FileTreeOps::removeCopied(int dir, const char* name, const Manifest& copied, int& firstError) {
     struct Remove : NoHooks {
         const Manifest& copied;
         int kept = 0, firstError = 0;
-        bool unchanged(const struct stat& s) const {
-            const auto it = copied.find({s.st_dev, s.st_ino});
-            return it != copied.end() &&
-                   (S_ISDIR(s.st_mode) ||
-                    (it->second.size == s.st_size && it->second.mtime.tv_sec == s.st_mtim.tv_sec &&
-                     it->second.mtime.tv_nsec == s.st_mtim.tv_nsec));
-        }
+        bool unchanged(const struct stat& s) const { return asCopied(copied, s); }
         int stays(int error) {
             ++kept;
             if (!firstError || firstError == ENOTEMPTY)
@@ -474,52 +533,130 @@ int verifyLeaf(int srcDir, const char* srcName, int dstDir, const char* dstName,
 
 // Compares a copy with its source: same kinds, names, link targets and bytes.
 // A difference reads as EIO.
-int FileTreeOps::verifyTree(int srcDir, const char* srcName, int dstDir, const char* dstName) {
+int FileTreeOps::verifyTree(int srcDir, const char* srcName, int dstDir, const char* dstName,
+                            const Manifest* copied) {
     struct stat a {};
     if (::fstatat(srcDir, srcName, &a, AT_SYMLINK_NOFOLLOW) != 0)
         return errno;
     if (!S_ISDIR(a.st_mode))
         return verifyLeaf(srcDir, srcName, dstDir, dstName, a);
+    // With the copy's record, what appeared or changed in the source since it was
+    // copied is left out: the move keeps it in the source.
     struct Verify : NoHooks {
-        int enter(int, int dParent, const char*, const char* dName, const struct stat&) {
+        const Manifest* copied;
+        bool leftOut(const struct stat& s) const { return copied && !asCopied(*copied, s); }
+        int enter(int, int dParent, const char*, const char* dName, const struct stat& s) {
+            if (leftOut(s))
+                return kSkipFolder;
             struct stat b {};
             if (::fstatat(dParent, dName, &b, AT_SYMLINK_NOFOLLOW) != 0)
                 return errno;
             return S_ISDIR(b.st_mode) ? 0 : EIO;
         }
         int names(int, int dFd, std::vector<std::string>& children) {
-            std::vector<std::string> copied;
-            if (int e = FileTreeOps::entryNames(dFd, copied))
+            std::vector<std::string> made;
+            if (int e = FileTreeOps::entryNames(dFd, made))
                 return e;
             std::sort(children.begin(), children.end());
-            std::sort(copied.begin(), copied.end());
-            return children == copied ? 0 : EIO;
+            std::sort(made.begin(), made.end());
+            if (copied) // every copy has its source; new source entries are left out
+                return std::includes(children.begin(), children.end(), made.begin(), made.end())
+                           ? 0
+                           : EIO;
+            return children == made ? 0 : EIO;
         }
         int leaf(int sParent, int dParent, const char* name, const struct stat& st) {
-            return verifyLeaf(sParent, name, dParent, name, st);
+            return leftOut(st) ? 0 : verifyLeaf(sParent, name, dParent, name, st);
         }
     } hooks;
+    hooks.copied = copied;
+    hooks.vanishedIsFine = copied != nullptr;
     return walkFolders(srcDir, srcName, dstDir, dstName, a, hooks);
 }
 
-// Whether the whole source can be removed once it is copied, so that a move across
-// file systems does not stop half-way through deleting it: folders readable and
-// writable, no other file system mounted inside.
-int FileTreeOps::checkRemovable(int dir, const char* name, dev_t device) {
+namespace {
+
+// CAP_FOWNER lifts the sticky folder rule (root holds it unless it was dropped).
+bool mayRemoveOthersFiles() {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+    if (::syscall(SYS_capget, &header, data) != 0)
+        return ::geteuid() == 0;
+    return (data[CAP_TO_INDEX(CAP_FOWNER)].effective & CAP_TO_MASK(CAP_FOWNER)) != 0;
+}
+
+} // namespace
+
+// Asked before anything is copied, so that a move is refused whole rather than left
+// half-done by entries the removal would stop at.
+int FileTreeOps::checkRemovable(int dir, const char* name, dev_t device, std::string* blocker) {
+    struct Check : NoHooks {
+        dev_t device;
+        uid_t me = ::geteuid();
+        bool mayOverride = mayRemoveOthersFiles();
+        std::vector<std::string> path;     // from the item down to the current folder
+        std::vector<struct statx> folders; // the item's folder, then the item's own
+        std::string* blocker;
+
+        int refuse(const char* n, int error) {
+            if (blocker) {
+                blocker->clear();
+                for (const auto& p : path)
+                    blocker->append(p).push_back('/');
+                blocker->append(n);
+            }
+            return error;
+        }
+        // What stands in the way of unlinking `n` from the current folder.
+        int entry(int parent, const char* n) {
+            struct statx x {};
+            if (::statx(parent, n, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
+                        STATX_TYPE | STATX_MODE | STATX_UID, &x) != 0)
+                return refuse(n, errno);
+            const struct statx& folder = folders.back();
+            if (x.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND))
+                return refuse(n, EPERM);
+            if ((x.stx_attributes & STATX_ATTR_MOUNT_ROOT) ||
+                makedev(x.stx_dev_major, x.stx_dev_minor) != device)
+                return refuse(n, EBUSY);
+            if ((folder.stx_mode & S_ISVTX) && !mayOverride && x.stx_uid != me &&
+                folder.stx_uid != me)
+                return refuse(n, EPERM);
+            if (S_ISDIR(x.stx_mode)) {
+                // Its entries go first: it must be ours to list and change.
+                if (::faccessat(parent, n, R_OK | W_OK | X_OK, 0) != 0)
+                    return refuse(n, errno);
+                folders.push_back(x);
+            }
+            return 0;
+        }
+        int enter(int parent, int, const char* n, const char*, const struct stat&) {
+            if (int e = entry(parent, n))
+                return e;
+            path.emplace_back(n);
+            return 0;
+        }
+        int leaf(int parent, int, const char* n, const struct stat&) { return entry(parent, n); }
+        int left(int, int, const char*) {
+            path.pop_back();
+            folders.pop_back();
+            return 0;
+        }
+    } hooks;
+    hooks.device = device;
+    hooks.blocker = blocker;
+    struct statx parent {};
+    if (::statx(dir, "", AT_EMPTY_PATH, STATX_TYPE | STATX_MODE | STATX_UID, &parent) != 0)
+        return errno;
+    // An immutable or append-only folder keeps its entries.
+    if (parent.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND))
+        return hooks.refuse(name, EPERM);
+    hooks.folders.push_back(parent);
     struct stat st {};
     if (::fstatat(dir, name, &st, AT_SYMLINK_NOFOLLOW) != 0)
         return errno;
     if (!S_ISDIR(st.st_mode))
-        return 0;
-    struct Check : NoHooks {
-        dev_t device;
-        int enter(int parent, int, const char* n, const char*, const struct stat& s) {
-            if (s.st_dev != device)
-                return EBUSY;
-            return ::faccessat(parent, n, R_OK | W_OK | X_OK, 0) == 0 ? 0 : errno;
-        }
-    } hooks;
-    hooks.device = device;
+        return hooks.entry(dir, name);
     return walkFolders(dir, name, -1, name, st, hooks);
 }
 

@@ -4,6 +4,8 @@
 // redirect them. Every function returns 0 or an errno value. Blocking; callers make
 // one call per item from one thread.
 
+#include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <sys/stat.h>
@@ -45,11 +47,15 @@ public:
     static int openDirectory(int dir, const char* name);
     /// The entry names of an open folder, without "." and "..".
     static int entryNames(int dirFd, std::vector<std::string>& out);
-    /// Copies one item (recursively) to a new name, which must not exist. `created`
+    /// Copies one item (recursively) to a new name, which must not exist, with its owner
+    /// where permitted, extended attributes, modes and times; holes of sparse files stay
+    /// holes, and names of one file inside the item stay names of one file. `created`
     /// tells whether the new top-level entry was made, so the caller can remove it.
-    /// `copied`, when given, receives every source entry as it was copied.
+    /// `copied`, when given, receives every source entry as it was copied. `onBytes`,
+    /// when given, hears of the file data written, a few MiB at a time.
     static int copyEntry(int srcDir, const char* srcName, int dstDir, const char* dstName,
-                         bool& created, Manifest* copied = nullptr);
+                         bool& created, Manifest* copied = nullptr,
+                         const std::function<void(std::int64_t bytes)>& onBytes = {});
     /// Removes an item and everything in it. `ownCopy`: the item is a partial copy of
     /// ours, whose folders may carry read-only bits copied from the source.
     static int removeTree(int dir, const char* name, bool ownCopy);
@@ -60,12 +66,19 @@ public:
     /// ENOTEMPTY when entries stayed only because they were new or changed).
     static int removeCopied(int dir, const char* name, const Manifest& copied, int& firstError);
     /// Compares a copy with its source: same kinds, names, link targets and bytes. A
-    /// difference reads as EIO.
-    static int verifyTree(int srcDir, const char* srcName, int dstDir, const char* dstName);
+    /// difference reads as EIO. With `copied`, the copy's record, source entries that
+    /// are new or changed since they were copied are left out of the comparison.
+    static int verifyTree(int srcDir, const char* srcName, int dstDir, const char* dstName,
+                          const Manifest* copied = nullptr);
     /// Whether the whole item can be removed once it is copied, so that a move across
-    /// file systems does not stop half-way through deleting it: folders readable and
-    /// writable, no other file system (`device`) mounted inside.
-    static int checkRemovable(int dir, const char* name, dev_t device);
+    /// file systems does not stop half-way through deleting it. Refused: a folder we may
+    /// not read and change (EACCES); an immutable or append-only entry, or the item in
+    /// such a folder (EPERM); an entry of another user's in a sticky folder not ours,
+    /// unless we hold CAP_FOWNER (EPERM); anything mounted inside, another file system
+    /// (`device`) or a bind mount (EBUSY). `blocker` receives the first refused entry's
+    /// path relative to the item's folder ("item/sub/file").
+    static int checkRemovable(int dir, const char* name, dev_t device,
+                              std::string* blocker = nullptr);
     /// Appends the item's path and those of everything in it, relative to `dir`
     /// ("proj", "proj/sub", "proj/sub/a.txt"), in walk order.
     static int listTree(int dir, const char* name, std::vector<std::string>& paths);
