@@ -17,6 +17,9 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <atomic>
+#include <thread>
+
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -413,6 +416,30 @@ private slots:
         QVERIFY(s.node("huge") != nullptr);
         QCOMPARE(FileTransfer::copy(s.path("huge"), mnt.path + "/copy"), ENOSPC);
         QVERIFY(!fs::exists(mnt.path + "/copy"));
+    }
+
+    // Cancel stops before the next item: the one under way finishes, the rest stay.
+    void cancelStopsBetweenItems() {
+        Scanned s;
+        s.files.writeFiles({{"a", 1}, {"b", 2}, {"c", 3}});
+        s.files.makeFolder("dest");
+        s.scan();
+        std::atomic<bool> entered{false}, release{false};
+        s.ops.setMover(
+            [&](const std::string& from, const std::string& to, FileTransfer::Report* r) {
+                entered = true;
+                while (!release)
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                return FileTransfer::move(from, to, r);
+            });
+        QVERIFY(s.ops.moveTo({s.node("a"), s.node("b"), s.node("c")}, s.path("dest")));
+        QVERIFY(s.ops.isRunning() && !s.ops.moveTo({s.node("c")}, s.path("dest")));
+        QTRY_VERIFY(entered.load());
+        s.ops.cancel();
+        release = true;
+        const auto outcome = s.wait(true);
+        QCOMPARE(std::pair(outcome.succeeded, outcome.notStarted), std::pair(1, 2));
+        QVERIFY(fs::exists(s.path("dest/a")) && !s.node("a") && s.node("b") && s.node("c"));
     }
 
     // A file saved into a folder while it is copied to another file system stays in the
