@@ -1,0 +1,69 @@
+// The preview pane over a real scan: facts for every kind of node, the shared-storage
+// note on both names of a hard-linked file, and live previews read off the GUI thread
+// (a FIFO among them, which must not hang the reader).
+
+#include "ui/PreviewPane.h"
+#include "app/stores/SettingsStore.h"
+#include "core/junk/JunkClassifier.h"
+#include "core/scan/ScanEngine.h"
+#include "support/FixtureTree.h"
+#include "ui/PreviewContent.h"
+
+#include <QImage>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace ringfold;
+
+class PreviewPaneTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void factsNotesAndLivePreviews() {
+        test::FixtureTree fx;
+        fx.writeFile("dup/a.bin", 2'000'000);
+        fx.hardLink("dup/a.bin", "dup/b.bin");
+        fx.writeText("notes.xyz", "hello\n");
+        fx.writeText("Makefile", "all:\n");
+        fx.fifo("pipe");
+        QImage(40, 20, QImage::Format_RGB32).save(QString::fromStdString(fx.fullPath("pic.png")));
+        auto scan = ScanEngine(ScanSourceKind::favoriteFolder, 2).scan(fx.root());
+        auto node = [&](const std::string& rel) {
+            return JunkClassifier::findNode(*scan->root, fx.fullPath(rel))->shared();
+        };
+        QSettings file(QString::fromStdString(fx.fullPath("s.conf")), QSettings::IniFormat);
+        SettingsStore settings(&file);
+        settings.setPreviewPaneWidth(900);
+        PreviewPane pane(settings,
+                         {.reveal = [](const NodePtr&) {}, .quickPreview = {}, .getInfo = {}});
+        QCOMPARE(pane.width(), PreviewPane::kMaxWidth); // a stored width out of range is clamped
+        QVERIFY(pane.factText("Kind").isEmpty());
+
+        for (auto [rel, kind, live] : {std::tuple{"notes.xyz", "XYZ File", true},
+                                       {"Makefile", "File", true},
+                                       {"dup", "Folder", false},
+                                       {"pipe", "File", false},
+                                       {"pic.png", "PNG image", true}}) {
+            QSignalSpy loaded(&pane, &PreviewPane::previewLoaded);
+            pane.setNode(node(rel));
+            QVERIFY2(loaded.size() == 1 || loaded.wait(5000), rel);
+            QCOMPARE(pane.factText("Kind"), QString(kind));
+            QCOMPARE(pane.showsLivePreview(), live);
+            QCOMPARE(pane.factText("Path"), QString::fromStdString(fx.fullPath(rel)));
+        }
+        // The name that holds the space shows it; the other shows its content's size.
+        int zeroed = 0;
+        for (const char* rel : {"dup/a.bin", "dup/b.bin"}) {
+            pane.setNode(node(rel));
+            QVERIFY(pane.showsSharedNote());
+            zeroed += pane.factText("Size") == "2 MB of content";
+        }
+        QCOMPARE(zeroed, 1);
+        pane.setNode(nullptr);
+        QVERIFY(!pane.showsSharedNote());
+    }
+};
+
+QTEST_MAIN(PreviewPaneTest)
+#include "PreviewPaneTest.moc"
