@@ -136,6 +136,8 @@ private slots:
         QVERIFY(!node("big.bin") &&
                 !QFile::exists(QString::fromStdString(m_fx.fullPath("home/big.bin"))));
         QVERIFY(!m_window->operationRunning() && m_window->operationStatus().isEmpty());
+        QCOMPARE(m_app->sidebar().favorites().back().lastScanAllocatedSize,
+                 m_app->chart().rootNode()->allocatedSize()); // the sidebar's "indexed" size
         QCOMPARE(order, (QStringList{"revision", "rows", "biggest", "categories"}));
         QCOMPARE(m_window->errorAlertMessage(), QStringLiteral("b.pdf: No such file or directory"));
         QCOMPARE(names(m_app->cleanupList().items()), QStringList{"b.pdf"});

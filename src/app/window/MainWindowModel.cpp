@@ -144,6 +144,11 @@ void MainWindowModel::classifyJunk() {
 
 void MainWindowModel::refreshAfterTreeChange() {
     const NodePtr& root = m_app.chart().rootNode();
+    // The sidebar's "indexed" size follows the tree the operation changed.
+    SidebarViewModel& sidebar = m_app.sidebar();
+    if (const auto id = sidebar.selectedSourceID(); id && root)
+        if (const ScanSource* s = sidebar.source(*id); s && s->lastScanDate)
+            sidebar.recordScan(*id, *s->lastScanDate, root->allocatedSize(), s->lastScanWasRestricted);
     m_fileList->setRevision(m_fileList->revision() + 1);
     m_fileList->recompute();
     m_biggestFiles->rebuild(root, m_app.settings().biggestFilesLimit());
