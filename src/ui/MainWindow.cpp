@@ -7,6 +7,7 @@
 #include "ui/BreadcrumbView.h"
 #include "ui/ChartView.h"
 #include "ui/DriveGalleryView.h"
+#include "ui/PanelStack.h"
 #include "ui/ScanOverlay.h"
 #include "ui/SidebarView.h"
 #include "ui/Symbols.h"
@@ -229,6 +230,11 @@ void MainWindow::buildMenus() {
     view->addSeparator();
     view->addAction(m_freeSpace);
     view->addAction(m_rescan);
+    view->addSeparator();
+    for (PanelStack::Panel p : PanelStack::kPanels) {
+        view->addAction(m_panels->panelAction(p));
+        addAction(m_panels->panelAction(p)); // shortcuts work with the menu bar hidden too
+    }
 
     QMenu* go = menuBar()->addMenu(tr("&Go"));
     go->addAction(m_goBack);
@@ -266,13 +272,25 @@ void MainWindow::buildCentral() {
     mapColumn->addWidget(m_breadcrumb);
     mapColumn->addWidget(hairline(Qt::Horizontal, m_mapPage));
     m_chart = new ChartView(app.chart(), app.cleanupList(), app.settings());
-    mapColumn->addWidget(m_chart, 1);
     m_panelArea = new QWidget;
     m_panelArea->setObjectName(QStringLiteral("panelArea"));
     new QVBoxLayout(m_panelArea);
     m_panelArea->layout()->setContentsMargins(0, 0, 0, 0);
-    m_panelArea->hide();
-    mapColumn->addWidget(m_panelArea);
+    m_panels = new PanelStack(m_model, m_panelArea);
+    m_panelArea->layout()->addWidget(m_panels);
+    // The user shares the height between the map and the panels.
+    auto* mapSplit = new QSplitter(Qt::Vertical, m_mapPage);
+    mapSplit->setObjectName(QStringLiteral("mapPanelSplitter"));
+    mapSplit->setHandleWidth(1);
+    mapSplit->setStyleSheet(QStringLiteral("QSplitter::handle { background: palette(mid); }"));
+    mapSplit->addWidget(m_chart);
+    mapSplit->addWidget(m_panelArea);
+    mapSplit->setCollapsible(0, false);
+    mapSplit->setCollapsible(1, false);
+    mapSplit->setStretchFactor(0, 3);
+    mapSplit->setStretchFactor(1, 2);
+    mapSplit->setSizes({380, 260});
+    mapColumn->addWidget(mapSplit, 1);
     page->addLayout(mapColumn, 1);
     m_previewArea = new QWidget;
     m_previewArea->setObjectName(QStringLiteral("previewArea"));

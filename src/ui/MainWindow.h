@@ -1,9 +1,10 @@
 #pragma once
 // The main window: the sources sidebar beside the detail area, which shows the drive
-// gallery while nothing is selected and otherwise the map under its breadcrumb bar,
-// with the scanning overlay over it while the selected source is scanned. The toolbar
-// and the menus carry the commands (map mode, smaller-objects threshold, free space,
-// rescan, navigation, favourites, Show in File Manager) to the window model; the
+// gallery while nothing is selected and otherwise the map under its breadcrumb bar
+// with the panels below it, and the scanning overlay over it while the selected
+// source is scanned. The toolbar and the menus carry the commands (map mode,
+// smaller-objects threshold, free space, rescan, navigation, panels, favourites,
+// Show in File Manager) to the window model; the
 // mouse's back and forward buttons move through the map's history anywhere in the
 // window. It decides nothing itself: MainWindowModel does.
 //
@@ -24,6 +25,7 @@ class ChartView;
 class DriveGalleryView;
 class FileManagerReveal;
 class MainWindowModel;
+class PanelStack;
 class ScanOverlay;
 class SidebarView;
 
@@ -40,9 +42,9 @@ public:
     BreadcrumbView* breadcrumb() const { return m_breadcrumb; }
     ChartView* chartView() const { return m_chart; }
     ScanOverlay* overlay() const { return m_overlay; }
-    /// Where the panels (folder list, biggest files, categories, junk) attach, under the
-    /// map; hidden while empty.
+    /// Where the panels (folder list, biggest files, categories, junk) sit, under the map.
     QWidget* panelArea() const { return m_panelArea; }
+    PanelStack* panels() const { return m_panels; }
     /// Where the preview pane attaches, right of the map; hidden while empty.
     QWidget* previewArea() const { return m_previewArea; }
     /// True while the detail area shows the map page rather than the gallery.
@@ -77,6 +79,7 @@ private:
     BreadcrumbView* m_breadcrumb = nullptr;
     ChartView* m_chart = nullptr;
     QWidget* m_panelArea = nullptr;
+    PanelStack* m_panels = nullptr;
     QWidget* m_previewArea = nullptr;
     ScanOverlay* m_overlay = nullptr;
 

@@ -1,0 +1,123 @@
+#include "ui/PanelStack.h"
+
+#include "app/coordination/AppState.h"
+#include "ui/BiggestFilesView.h"
+#include "ui/FileListView.h"
+#include "ui/FileRowContextMenu.h"
+
+#include <QAction>
+
+#include <algorithm>
+#include <QButtonGroup>
+#include <QHBoxLayout>
+#include <QStackedWidget>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace ringfold {
+
+namespace {
+
+QString title(PanelStack::Panel panel) {
+    switch (panel) {
+    case PanelStack::Panel::folder:
+        return PanelStack::tr("Folder");
+    case PanelStack::Panel::biggestFiles:
+        return PanelStack::tr("Biggest Files");
+    case PanelStack::Panel::categories:
+        return PanelStack::tr("Categories");
+    case PanelStack::Panel::systemJunk:
+        return PanelStack::tr("System Junk");
+    }
+    return {};
+}
+
+} // namespace
+
+// The categories and system junk panels live in their own files. A null panel leaves
+// its page blank and its picker entry disabled.
+QWidget* PanelStack::makeOtherPanel(Panel panel) {
+    // PANELS TO JOIN: return new CategoriesView(m_model) for Panel::categories and
+    // new SystemJunkView(m_model) for Panel::systemJunk.
+    (void)panel;
+    return nullptr;
+}
+
+PanelStack::PanelStack(MainWindowModel& model, QWidget* parent)
+    : QWidget(parent), m_model(model), m_stack(new QStackedWidget(this)) {
+    auto* picker = new QHBoxLayout;
+    picker->setContentsMargins(8, 6, 8, 6);
+    picker->setSpacing(0);
+    picker->addStretch(1);
+    auto* group = new QButtonGroup(this);
+    group->setExclusive(true);
+
+    for (Panel p : kPanels) {
+        QWidget* widget = nullptr;
+        if (p == Panel::folder)
+            widget = new FileListView(model);
+        else if (p == Panel::biggestFiles)
+            widget = new BiggestFilesView(model);
+        else
+            widget = makeOtherPanel(p);
+        m_panels[index(p)] = widget;
+        m_stack->addWidget(widget ? widget : new QWidget);
+        if (widget)
+            connect(widget, SIGNAL(contextMenuRequested(ringfold::NodePtr, QPoint)), this,
+                    SLOT(showRowMenu(ringfold::NodePtr, QPoint)));
+
+        auto* button = new QToolButton(this);
+        button->setText(title(p));
+        button->setCheckable(true);
+        button->setEnabled(widget != nullptr);
+        button->setToolButtonStyle(Qt::ToolButtonTextOnly);
+        button->setAutoRaise(false);
+        group->addButton(button);
+        picker->addWidget(button);
+        m_buttons[index(p)] = button;
+        connect(button, &QToolButton::clicked, this, [this, p] { m_model.setActivePanel(p); });
+
+        auto* action = new QAction(title(p), this);
+        action->setObjectName(QStringLiteral("panel") + title(p).remove(QLatin1Char(' ')));
+        if (p == Panel::systemJunk)
+            action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_3));
+        else if (p == Panel::categories)
+            action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_4));
+        connect(action, &QAction::triggered, this, [this, p] { m_model.setActivePanel(p); });
+        m_actions[index(p)] = action;
+    }
+    picker->addStretch(1);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addLayout(picker);
+    column->addWidget(m_stack, 1);
+
+    connect(&model, &MainWindowModel::activePanelChanged, this, &PanelStack::showActivePanel);
+    showActivePanel();
+}
+
+QWidget* PanelStack::currentPanel() const {
+    return panel(m_model.activePanel());
+}
+
+void PanelStack::showActivePanel() {
+    const Panel p = m_model.activePanel();
+    m_stack->setCurrentIndex(static_cast<int>(index(p)));
+    m_buttons[index(p)]->setChecked(true);
+}
+
+void PanelStack::showRowMenu(ringfold::NodePtr node, QPoint globalPos) {
+    AppState& app = m_model.app();
+    const auto from = std::find(m_panels.begin(), m_panels.end(), sender());
+    const Panel panel = from == m_panels.end() ? Panel::folder : kPanels[from - m_panels.begin()];
+    FileRowContextMenu::Extras extras;
+    if (panel != Panel::categories)
+        extras.addToFavorites = [&app](const NodePtr& n) { app.sidebar().addFavorite(n->url()); };
+    if (panel == Panel::folder || panel == Panel::systemJunk)
+        extras.drillInto = [&app](const NodePtr& n) { app.chart().focus(n); };
+    FileRowContextMenu::exec(m_model, node, globalPos, this, extras);
+}
+
+} // namespace ringfold
