@@ -31,8 +31,8 @@ public:
     };
 
     /// `chart` tells which tree the entries belong to (its root).
-    BiggestFilesModel(BiggestFilesViewModel& list, ChartViewModel& chart,
-                      CleanupListStore& cleanup, QObject* parent = nullptr);
+    BiggestFilesModel(BiggestFilesViewModel& list, ChartViewModel& chart, CleanupListStore& cleanup,
+                      QObject* parent = nullptr);
 
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;

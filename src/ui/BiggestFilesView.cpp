@@ -35,9 +35,10 @@ BiggestFilesView::BiggestFilesView(MainWindowModel& model, QWidget* parent)
     connect(m_table, &NodeTableView::contextMenuRequested, this,
             &BiggestFilesView::contextMenuRequested);
     connect(m_table, &NodeTableView::nodeActivated, this, &BiggestFilesView::activate);
-    connect(&model.app().settings(), &SettingsStore::allowDeletingHiddenFilesChanged,
-            m_tableModel, [this] { m_tableModel->refreshColumn(BiggestFilesModel::CheckColumn); });
-    connect(m_tableModel, &QAbstractItemModel::modelReset, this, &BiggestFilesView::updateEmptyState);
+    connect(&model.app().settings(), &SettingsStore::allowDeletingHiddenFilesChanged, m_tableModel,
+            [this] { m_tableModel->refreshColumn(BiggestFilesModel::CheckColumn); });
+    connect(m_tableModel, &QAbstractItemModel::modelReset, this,
+            &BiggestFilesView::updateEmptyState);
     for (auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
         connect(m_tableModel, signal, this, &BiggestFilesView::updateEmptyState);
     updateEmptyState();

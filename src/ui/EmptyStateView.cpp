@@ -27,8 +27,7 @@ EmptyStateView::EmptyStateView(QWidget* parent)
 void EmptyStateView::setState(const char* symbol, const QString& text) {
     m_symbol = symbol;
     m_text->setText(text);
-    m_icon->setPixmap(symbol ? symbolIcon(symbol).pixmap(kSymbolSize, QIcon::Disabled)
-                             : QPixmap());
+    m_icon->setPixmap(symbol ? symbolIcon(symbol).pixmap(kSymbolSize, QIcon::Disabled) : QPixmap());
 }
 
 QString EmptyStateView::text() const {

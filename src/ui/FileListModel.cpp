@@ -42,16 +42,20 @@ FileListModel::FileListModel(FileListViewModel& list, CleanupListStore& cleanup,
     : NodeTableModel(cleanup, parent), m_list(list) {
     // The view model publishes its three lists one after another, all of them already
     // set: the first signal takes everything over, the others find nothing new.
-    for (auto signal : {&FileListViewModel::displayRowsChanged,
-                        &FileListViewModel::smallerNodesChanged,
-                        &FileListViewModel::hiddenNodesChanged})
+    for (auto signal :
+         {&FileListViewModel::displayRowsChanged, &FileListViewModel::smallerNodesChanged,
+          &FileListViewModel::hiddenNodesChanged})
         connect(&list, signal, this, &FileListModel::sync);
     connect(&list, &FileListViewModel::revisionChanged, this, &FileListModel::rowsChangedInPlace);
     sync();
 }
 
 void FileListModel::sync() {
-    setRows(m_list.displayRows(), m_list.lastFocusedNode(), static_cast<int>(groups().size()));
+    const int extra = static_cast<int>(groups().size());
+    if (m_sorting)
+        setRowsReordered(m_list.displayRows(), m_list.lastFocusedNode(), extra);
+    else
+        setRows(m_list.displayRows(), m_list.lastFocusedNode(), extra);
 }
 
 std::vector<FileListModel::Group> FileListModel::groups() const {
@@ -102,8 +106,12 @@ QVariant FileListModel::headerData(int section, Qt::Orientation orientation, int
 }
 
 void FileListModel::sort(int column, Qt::SortOrder order) {
-    if (const auto key = keyOf(column))
-        m_list.setSortOrder({FileSortDescriptor{*key, order == Qt::AscendingOrder}});
+    const auto key = keyOf(column);
+    if (!key)
+        return;
+    m_sorting = true;
+    m_list.setSortOrder({FileSortDescriptor{*key, order == Qt::AscendingOrder}});
+    m_sorting = false;
 }
 
 QVariant FileListModel::nodeData(const FileNode& node, int, int column, int role) const {

@@ -39,6 +39,7 @@ private:
     std::vector<Group> groups() const;
 
     FileListViewModel& m_list;
+    bool m_sorting = false; // a new order of the same rows is on its way
 };
 
 } // namespace ringfold

@@ -32,8 +32,8 @@ FileManagerReveal* revealFor(QWidget* parent) {
 
 } // namespace
 
-void FileRowContextMenu::exec(MainWindowModel& model, const NodePtr& node,
-                              const QPoint& globalPos, QWidget* parent, const Extras& extras) {
+void FileRowContextMenu::exec(MainWindowModel& model, const NodePtr& node, const QPoint& globalPos,
+                              QWidget* parent, const Extras& extras) {
     if (!node)
         return;
     QMenu menu(parent);

@@ -24,7 +24,7 @@ class MainWindowModel;
 
 class FileRowContextMenu {
 public:
-    struct Extras {  // entries shown only when provided
+    struct Extras { // entries shown only when provided
         std::function<void(const NodePtr&)> drillInto, addToFavorites, quickPreview;
     };
 
@@ -33,8 +33,8 @@ public:
                      QWidget* parent, const Extras& extras = {});
     /// Fills `menu` with the entries for `node`; `parent` hosts the folder chooser and
     /// the file manager request.
-    static void populate(QMenu& menu, MainWindowModel& model, const NodePtr& node,
-                         QWidget* parent, const Extras& extras = {});
+    static void populate(QMenu& menu, MainWindowModel& model, const NodePtr& node, QWidget* parent,
+                         const Extras& extras = {});
 };
 
 } // namespace ringfold

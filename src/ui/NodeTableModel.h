@@ -7,8 +7,8 @@
 // A new row list of the same folder (or tree) is taken over in place: rows that left
 // are removed, new rows inserted, a new order moves the persistent indexes
 // (selection, current row) as a sort does, and an unchanged list only repaints. A
-// list of another folder or tree resets the model. Nodes are read only while their tree lives: the model holds it
-// weakly, so a released tree reads as empty rows until the next list arrives.
+// list of another folder or tree resets the model. Nodes are read only while their tree lives: the
+// model holds it weakly, so a released tree reads as empty rows until the next list arrives.
 //
 // Threads: GUI thread only.
 
@@ -63,6 +63,8 @@ protected:
     /// root; null for none), followed by `extraRows` rows of extraData. The extra rows
     /// are re-read as a whole.
     void setRows(std::vector<FileNode*> next, const NodePtr& owner, int extraRows = 0);
+    /// As setRows, for a list known to hold the same rows in a new order (a sort).
+    void setRowsReordered(std::vector<FileNode*> next, const NodePtr& owner, int extraRows);
     /// The node rows changed in place (sizes, dates, cloud status): repaint them.
     void rowsChangedInPlace();
     int nodeRowCount() const { return static_cast<int>(m_rows.size()); }
@@ -84,6 +86,7 @@ private:
     std::weak_ptr<FileNode> m_owner;
     const FileNode* m_ownerNode = nullptr; // compared only while m_owner lives
     int m_extraRows = 0;
+    bool m_reorderOnly = false;
 };
 
 } // namespace ringfold

@@ -35,8 +35,8 @@ public:
         QStyledItemDelegate::paint(painter, name, index);
 
         const bool selected = option.state & QStyle::State_Selected;
-        QColor colour = option.palette.color(
-            selected ? QPalette::HighlightedText : QPalette::WindowText);
+        QColor colour =
+            option.palette.color(selected ? QPalette::HighlightedText : QPalette::WindowText);
         colour.setAlphaF(selected ? 0.85f : 0.6f);
         const QRect tagRect(option.rect.right() - tagWidth + 2, option.rect.top(), tagWidth,
                             option.rect.height());
@@ -127,8 +127,8 @@ void NodeTableView::showWindowSelection() {
         clearSelection();
     } else {
         const QModelIndex index = m_model->index(row, 1);
-        selectionModel()->setCurrentIndex(
-            index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
+                                                     QItemSelectionModel::Rows);
         scrollTo(index);
     }
     m_showingWindowSelection = false;
@@ -144,6 +144,11 @@ void NodeTableView::mouseMoveEvent(QMouseEvent* event) {
              aggregate.isValid())
         id = aggregate.toLongLong();
     hover(id);
+}
+
+void NodeTableView::hideEvent(QHideEvent* event) {
+    hover(std::nullopt); // a panel switched away under the pointer gets no Leave
+    QTreeView::hideEvent(event);
 }
 
 bool NodeTableView::viewportEvent(QEvent* event) {

@@ -7,12 +7,12 @@
 
 #include <QAction>
 
-#include <algorithm>
 #include <QButtonGroup>
 #include <QHBoxLayout>
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <algorithm>
 
 namespace ringfold {
 
@@ -67,6 +67,7 @@ PanelStack::PanelStack(MainWindowModel& model, QWidget* parent)
                     SLOT(showRowMenu(ringfold::NodePtr, QPoint)));
 
         auto* button = new QToolButton(this);
+        button->setObjectName(QStringLiteral("panelPicker"));
         button->setText(title(p));
         button->setCheckable(true);
         button->setEnabled(widget != nullptr);
@@ -87,6 +88,18 @@ PanelStack::PanelStack(MainWindowModel& model, QWidget* parent)
         m_actions[index(p)] = action;
     }
     picker->addStretch(1);
+    // One segmented control: joined buttons, the active one in the accent colour.
+    setStyleSheet(QStringLiteral(
+        "QToolButton#panelPicker { padding: 3px 14px; border: 1px solid palette(mid);"
+        " border-left-width: 0; background: palette(button); }"
+        "QToolButton#panelPicker[first=\"true\"] { border-left-width: 1px;"
+        " border-top-left-radius: 5px; border-bottom-left-radius: 5px; }"
+        "QToolButton#panelPicker[last=\"true\"] { border-top-right-radius: 5px;"
+        " border-bottom-right-radius: 5px; }"
+        "QToolButton#panelPicker:checked { background: palette(highlight);"
+        " color: palette(highlighted-text); border-color: palette(highlight); }"));
+    m_buttons.front()->setProperty("first", true);
+    m_buttons.back()->setProperty("last", true);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
