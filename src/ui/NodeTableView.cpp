@@ -5,6 +5,7 @@
 #include "ui/NodeTableModel.h"
 #include "ui/Symbols.h"
 
+#include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QMouseEvent>
 #include <QPainter>
@@ -67,7 +68,6 @@ NodeTableView::NodeTableView(MainWindowModel& window, NodeTableModel* model,
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setMouseTracking(true);
-    setContextMenuPolicy(Qt::CustomContextMenu);
     setFrameShape(QFrame::NoFrame);
     setItemDelegateForColumn(1, new NameDelegate(this));
 
@@ -83,10 +83,6 @@ NodeTableView::NodeTableView(MainWindowModel& window, NodeTableModel* model,
         head->resizeSection(c, w.width);
     }
 
-    connect(this, &QWidget::customContextMenuRequested, this, [this](const QPoint& pos) {
-        if (FileNode* node = m_model->nodeAt(indexAt(pos).row()))
-            emit contextMenuRequested(node->shared(), viewport()->mapToGlobal(pos));
-    });
     connect(this, &QAbstractItemView::activated, this, [this](const QModelIndex& index) {
         if (FileNode* node = m_model->nodeAt(index.row()))
             emit nodeActivated(node->shared());
@@ -144,6 +140,18 @@ void NodeTableView::mouseMoveEvent(QMouseEvent* event) {
              aggregate.isValid())
         id = aggregate.toLongLong();
     hover(id);
+}
+
+void NodeTableView::contextMenuEvent(QContextMenuEvent* event) {
+    // The menu key asks about the current row and opens the menu below it.
+    const bool mouse = event->reason() == QContextMenuEvent::Mouse;
+    const QModelIndex index = mouse ? indexAt(event->pos()) : currentIndex();
+    FileNode* node = m_model->nodeAt(index.row());
+    if (!node)
+        return;
+    emit contextMenuRequested(node->shared(),
+                              mouse ? event->globalPos()
+                                    : viewport()->mapToGlobal(visualRect(index).bottomLeft()));
 }
 
 void NodeTableView::hideEvent(QHideEvent* event) {

@@ -4,7 +4,6 @@
 
 #include "app/AppTestSupport.h"
 #include "app/window/MainWindowModel.h"
-#include "core/model/ByteFormat.h"
 #include "core/model/DisplayGrouping.h"
 #include "ui/BiggestFilesModel.h"
 #include "ui/BiggestFilesView.h"
@@ -17,12 +16,12 @@
 #include "ui/PanelStack.h"
 
 #include <QAbstractButton>
-#include <QAction>
 #include <QHeaderView>
 #include <QMenu>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 
 using namespace ringfold;
 using Panel = MainWindowModel::Panel;
@@ -54,19 +53,21 @@ class ListPanelsTest : public QObject {
     QPoint centreOf(int row) {
         return folderView()->table()->visualRect(rows().index(row, 1)).center();
     }
-    // The row menu's entries ("|" for a divider, " (off)" when disabled); triggers the
-    // entry `choose` when given.
-    QStringList menu(const NodePtr& n, const FileRowContextMenu::Extras& extras = {},
-                     const QString& choose = {}) {
-        QMenu menu;
-        FileRowContextMenu::populate(menu, *m_model, n, nullptr, extras);
+    // A menu's entries, "|" for a divider, " (off)" when disabled.
+    static QStringList texts(const QMenu& menu) {
         QStringList out;
-        for (QAction* a : menu.actions()) {
+        for (QAction* a : menu.actions())
             out << (a->isSeparator() ? "|" : a->text() + (a->isEnabled() ? "" : " (off)"));
+        return out;
+    }
+    // The row menu of a node; triggers the entry `choose` when given.
+    QStringList menu(const NodePtr& n, const QString& choose = {}) {
+        QMenu menu;
+        FileRowContextMenu::populate(menu, *m_model, n, nullptr);
+        for (QAction* a : menu.actions())
             if (a->text() == choose)
                 a->trigger();
-        }
-        return out;
+        return texts(menu);
     }
 
 private slots:
@@ -83,8 +84,7 @@ private slots:
     }
 
     void init() {
-        m_window.reset();
-        m_model.reset();
+        m_window.reset(), m_model.reset();
         m_settings = std::make_unique<QSettings>(QString::fromStdString(m_fx.fullPath("s.conf")),
                                                  QSettings::IniFormat);
         m_settings->clear();
@@ -102,10 +102,9 @@ private slots:
     void folderRowsGroupsLocksAndSorting() {
         // Folders first, then files, each largest first; of the two names of one file,
         // the one counted second holds no extra space and is tagged.
-        const bool bigFirst = node("big.bin")->allocatedSize() > 0;
-        QCOMPARE(names().mid(0, 4),
-                 QStringList({"sub", "empty", bigFirst ? "big.bin" : "copy.bin", "file10.txt"}));
-        const int copy = rows().rowOf(node(bigFirst ? "copy.bin" : "big.bin"));
+        QCOMPARE(names().mid(0, 2), QStringList({"sub", "empty"}));
+        const int copy =
+            rows().rowOf(node(node("big.bin")->allocatedSize() ? "copy.bin" : "big.bin"));
         QVERIFY(rows().index(copy, 1).data(NodeTableModel::kSharedRole).toBool());
         QCOMPARE(rows().index(copy, 4).data().toString(), QStringLiteral("no extra space"));
 
@@ -123,10 +122,7 @@ private slots:
         m_app->settings().setSmallerObjectsThresholdPercent(0.02);
         QCOMPARE(names().mid(names().size() - 2),
                  QStringList({"Smaller objects (3 items)", "Hidden items (1 items)"}));
-        const QModelIndex hiddenSize = rows().index(rows().rowCount() - 1, 4);
-        QCOMPARE(hiddenSize.data().toString(),
-                 QString::fromStdString(formatByteCount(m_fx.allocatedSizeOf("home/.hidden"))));
-        QVERIFY(!(rows().flags(hiddenSize) & Qt::ItemIsSelectable));
+        QVERIFY(!(rows().flags(rows().index(rows().rowCount() - 1, 1)) & Qt::ItemIsSelectable));
 
         // A header click sorts through the view model, names by value of their digits;
         // the selected row stays selected across the new order.
@@ -154,7 +150,6 @@ private slots:
         QTest::mouseMove(table->viewport(), centreOf(file10));
         QCOMPARE(chart().highlightedNodeID(), node("file10.txt")->id());
         m_app->settings().setSmallerObjectsThresholdPercent(0.02);
-        QCOMPARE(rows().groupAt(rows().rowCount() - 2), FileListModel::Group::smaller);
         QTest::mouseMove(table->viewport(), centreOf(rows().rowCount() - 2));
         QCOMPARE(chart().highlightedNodeID(), smallerObjectsAggregateID(chart().rootNode()->id()));
         QEvent leave(QEvent::Leave);
@@ -201,22 +196,30 @@ private slots:
 
     void rowMenuAndPanelPicker() {
         const NodePtr sub = node("sub")->shared(), hidden = node(".hidden")->shared();
-        QCOMPARE(
-            menu(sub, {[](const NodePtr&) {}, {}, {}}),
-            QStringList({"Show in File Manager", "Get Info", "Drill Into Folder", "|",
-                         "Add to Cleanup List", "|", "Move to Trash", "Move to…", "Copy to…"}));
+        // The menu key on a folder's row: the shared menu with the folder panel's entries.
+        QStringList shown;
+        QTimer::singleShot(0, [&] {
+            if (auto* popup = qobject_cast<QMenu*>(QApplication::activePopupWidget()))
+                shown = texts(*popup), popup->close();
+        });
+        NodeTableView* table = folderView()->table();
+        table->setCurrentIndex(rows().index(rows().rowOf(sub.get()), 1));
+        QContextMenuEvent key(QContextMenuEvent::Keyboard, {}, {});
+        QCoreApplication::sendEvent(table->viewport(), &key);
+        QCOMPARE(shown, QStringList({"Show in File Manager", "Get Info", "Drill Into Folder",
+                                     "Add to Favorites", "|", "Add to Cleanup List", "|",
+                                     "Move to Trash", "Move to…", "Copy to…"}));
         // A hidden item may be looked at, not marked or trashed.
         QCOMPARE(menu(hidden).mid(2), QStringList({"|", "Add to Cleanup List (off)", "|",
                                                    "Move to Trash (off)", "Move to…", "Copy to…"}));
 
-        menu(sub, {}, "Add to Cleanup List");
+        menu(sub, "Add to Cleanup List");
         QVERIFY(m_app->cleanupList().contains(*sub));
-        QCOMPARE(menu(sub, {}, "Move to Trash").at(3), QStringLiteral("Remove from Cleanup List"));
+        QCOMPARE(menu(sub, "Move to Trash").at(3), QStringLiteral("Remove from Cleanup List"));
         QCOMPARE(m_model->activeSheet()->kind, MainWindowModel::Sheet::Kind::trash);
 
         // The picker and the commands switch panels.
         PanelStack* panels = m_window->panels();
-        QCOMPARE(panels->currentPanel(), folderView());
         QTest::mouseClick(panels->pickerButton(Panel::biggestFiles), Qt::LeftButton);
         QVERIFY(m_model->activePanel() == Panel::biggestFiles &&
                 panels->currentPanel() == biggestView());
