@@ -79,9 +79,13 @@ void FileRowContextMenu::populate(QMenu& menu, MainWindowModel& model, const Nod
         offer(tr("Remove Download"), [&model, node] { model.removeDownload(node); });
     offer(tr("Move to…"), [&model, node] { model.requestMove(node); });
     offer(tr("Copy to…"), [&model, node, host] {
-        const QString folder = QFileDialog::getExistingDirectory(host, tr("Choose Destination"));
-        if (!folder.isEmpty())
-            model.copyTo({node}, folder);
+        // Modal to its window only: the other windows stay usable while one chooses.
+        QFileDialog chooser(host, tr("Choose Destination"));
+        chooser.setFileMode(QFileDialog::Directory);
+        chooser.setOption(QFileDialog::ShowDirsOnly);
+        chooser.setWindowModality(Qt::WindowModal);
+        if (chooser.exec() == QDialog::Accepted && !chooser.selectedFiles().isEmpty())
+            model.copyTo({node}, chooser.selectedFiles().constFirst());
     });
 }
 
