@@ -62,6 +62,7 @@ PanelStack::PanelStack(MainWindowModel& model, QWidget* parent)
             widget = makeOtherPanel(p);
         m_panels[index(p)] = widget;
         m_stack->addWidget(widget ? widget : new QWidget);
+        // By the signal's name: every panel declares the same one, whatever its class.
         if (widget)
             connect(widget, SIGNAL(contextMenuRequested(ringfold::NodePtr, QPoint)), this,
                     SLOT(showRowMenu(ringfold::NodePtr, QPoint)));
