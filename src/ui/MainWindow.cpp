@@ -10,11 +10,14 @@
 #include "ui/CoffeeMomentBanner.h"
 #include "ui/DriveGalleryView.h"
 #include "ui/HelpMenu.h"
+#include "ui/PanelStack.h"
+#include "ui/PreviewPane.h"
+#include "ui/QuickPreview.h"
 #include "ui/ScanOverlay.h"
 #include "ui/SettingsView.h"
 #include "ui/SheetPresenter.h"
-#include "ui/StartupNotices.h"
 #include "ui/SidebarView.h"
+#include "ui/StartupNotices.h"
 #include "ui/Symbols.h"
 
 #include <QActionGroup>
@@ -260,6 +263,11 @@ void MainWindow::buildMenus() {
     view->addSeparator();
     view->addAction(m_freeSpace);
     view->addAction(m_rescan);
+    view->addSeparator();
+    for (PanelStack::Panel p : PanelStack::kPanels) {
+        view->addAction(m_panels->panelAction(p));
+        addAction(m_panels->panelAction(p)); // shortcuts work with the menu bar hidden too
+    }
 
     QMenu* go = menuBar()->addMenu(tr("&Go"));
     go->addAction(m_goBack);
@@ -289,24 +297,40 @@ void MainWindow::buildCentral() {
     m_detailStack->addWidget(m_gallery);
 
     m_mapPage = new QWidget;
-    auto* page = new QHBoxLayout(m_mapPage);
-    page->setContentsMargins(0, 0, 0, 0);
+    // The map column and the preview side by side, the cleanup bar across both.
+    auto* pageColumn = new QVBoxLayout(m_mapPage);
+    pageColumn->setContentsMargins(0, 0, 0, 0);
+    pageColumn->setSpacing(0);
+    auto* page = new QHBoxLayout;
     page->setSpacing(0);
+    pageColumn->addLayout(page, 1);
     auto* mapColumn = new QVBoxLayout;
     mapColumn->setSpacing(0);
     m_breadcrumb = new BreadcrumbView(app.chart(), [this] { m_model.showDriveGallery(); });
     mapColumn->addWidget(m_breadcrumb);
     mapColumn->addWidget(hairline(Qt::Horizontal, m_mapPage));
     m_chart = new ChartView(app.chart(), app.cleanupList(), app.settings());
-    mapColumn->addWidget(m_chart, 1);
     m_panelArea = new QWidget;
     m_panelArea->setObjectName(QStringLiteral("panelArea"));
     new QVBoxLayout(m_panelArea);
     m_panelArea->layout()->setContentsMargins(0, 0, 0, 0);
-    m_panelArea->hide();
-    mapColumn->addWidget(m_panelArea);
+    m_panels = new PanelStack(m_model, m_panelArea);
+    m_panelArea->layout()->addWidget(m_panels);
+    // The user shares the height between the map and the panels.
+    auto* mapSplit = new QSplitter(Qt::Vertical, m_mapPage);
+    mapSplit->setObjectName(QStringLiteral("mapPanelSplitter"));
+    mapSplit->setHandleWidth(1);
+    mapSplit->setStyleSheet(QStringLiteral("QSplitter::handle { background: palette(mid); }"));
+    mapSplit->addWidget(m_chart);
+    mapSplit->addWidget(m_panelArea);
+    mapSplit->setCollapsible(0, false);
+    mapSplit->setCollapsible(1, false);
+    mapSplit->setStretchFactor(0, 3);
+    mapSplit->setStretchFactor(1, 2);
+    mapSplit->setSizes({380, 260});
+    mapColumn->addWidget(mapSplit, 1);
     m_cleanupBar = new CleanupListBar(m_model);
-    mapColumn->addWidget(m_cleanupBar);
+    pageColumn->addWidget(m_cleanupBar);
     mapColumn->insertWidget(0, new CoffeeMomentBanner(m_model));
     m_sheets = new SheetPresenter(m_model, this);
     connect(m_cleanupBar, &CleanupListBar::copyRequested, m_sheets,
@@ -316,7 +340,14 @@ void MainWindow::buildCentral() {
     m_previewArea->setObjectName(QStringLiteral("previewArea"));
     new QVBoxLayout(m_previewArea);
     m_previewArea->layout()->setContentsMargins(0, 0, 0, 0);
-    m_previewArea->hide();
+    PreviewPane::Actions previewActions;
+    previewActions.reveal = [this](const NodePtr& n) { m_reveal->reveal(decoded(n->url())); };
+    previewActions.quickPreview = [this](const NodePtr& n) { quickPreview(n, this); };
+    previewActions.getInfo = [this](const NodePtr& n) { m_model.showInfo(n); };
+    m_preview = new PreviewPane(app.settings(), std::move(previewActions), m_previewArea);
+    m_previewArea->layout()->addWidget(m_preview);
+    connect(&m_model, &MainWindowModel::selectedNodeChanged, m_preview,
+            [this] { m_preview->setNode(m_model.selectedNode()); });
     page->addWidget(m_previewArea);
     m_detailStack->addWidget(m_mapPage);
 

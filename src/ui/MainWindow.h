@@ -1,9 +1,10 @@
 #pragma once
 // The main window: the sources sidebar beside the detail area, which shows the drive
-// gallery while nothing is selected and otherwise the map under its breadcrumb bar,
-// with the scanning overlay over it while the selected source is scanned. The toolbar
-// and the menus carry the commands (map mode, smaller-objects threshold, free space,
-// rescan, navigation, favourites, Show in File Manager) to the window model; the
+// gallery while nothing is selected and otherwise the map under its breadcrumb bar
+// with the panels below it, and the scanning overlay over it while the selected
+// source is scanned. The toolbar and the menus carry the commands (map mode,
+// smaller-objects threshold, free space, rescan, navigation, panels, favourites,
+// Show in File Manager) to the window model; the
 // mouse's back and forward buttons move through the map's history anywhere in the
 // window. It decides nothing itself: MainWindowModel does.
 //
@@ -22,11 +23,13 @@ namespace ringfold {
 class BreadcrumbView;
 class ChartView;
 class CleanupListBar;
+class PreviewPane;
 class SettingsView;
 class SheetPresenter;
 class DriveGalleryView;
 class FileManagerReveal;
 class MainWindowModel;
+class PanelStack;
 class ScanOverlay;
 class SidebarView;
 
@@ -47,10 +50,11 @@ public:
     SheetPresenter* sheets() const { return m_sheets; }
     /// The one settings window, made on first use.
     SettingsView* showSettings();
-    /// Where the panels (folder list, biggest files, categories, junk) attach, under the
-    /// map; hidden while empty.
+    /// Where the panels (folder list, biggest files, categories, junk) sit, under the map.
     QWidget* panelArea() const { return m_panelArea; }
-    /// Where the preview pane attaches, right of the map; hidden while empty.
+    PanelStack* panels() const { return m_panels; }
+    PreviewPane* previewPane() const { return m_preview; }
+    /// Where the preview pane sits, right of the map and the panels.
     QWidget* previewArea() const { return m_previewArea; }
     /// True while the detail area shows the map page rather than the gallery.
     bool showsMap() const;
@@ -84,10 +88,12 @@ private:
     BreadcrumbView* m_breadcrumb = nullptr;
     ChartView* m_chart = nullptr;
     QWidget* m_panelArea = nullptr;
+    PanelStack* m_panels = nullptr;
     QWidget* m_previewArea = nullptr;
     CleanupListBar* m_cleanupBar = nullptr;
     SheetPresenter* m_sheets = nullptr;
     SettingsView* m_settingsView = nullptr;
+    PreviewPane* m_preview = nullptr;
     ScanOverlay* m_overlay = nullptr;
 
     QAction* m_backToGallery = nullptr;

@@ -243,9 +243,18 @@ bool PreviewPane::showsLivePreview() const {
     return m_node && m_preview->currentWidget() != m_bigIcon;
 }
 
+QSize PreviewPane::sizeHint() const {
+    return QSize(m_width, QWidget::sizeHint().height());
+}
+
+// The pane takes its width but gives way, down to kMinWidth, in a narrow window.
 void PreviewPane::setPaneWidth(int width, bool persist) {
     width = std::clamp(width, kMinWidth, kMaxWidth);
-    setFixedWidth(width);
+    m_width = width;
+    setMinimumWidth(kMinWidth);
+    setMaximumWidth(width);
+    setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
+    updateGeometry();
     if (persist)
         m_settings.setPreviewPaneWidth(width);
 }
@@ -266,7 +275,7 @@ bool PreviewPane::eventFilter(QObject* watched, QEvent* event) {
         return true;
     case QEvent::MouseButtonRelease:
         if (m_dragBase >= 0)
-            setPaneWidth(width(), true);
+            setPaneWidth(m_width, true);
         m_dragBase = -1;
         return true;
     default:

@@ -39,6 +39,9 @@ public:
     bool showsSharedNote() const;
     /// Whether the live preview shows a picture or text (false: icon and facts only).
     bool showsLivePreview() const;
+    /// The width the user gave the pane (the window may squeeze it down to kMinWidth).
+    int paneWidth() const { return m_width; }
+    QSize sizeHint() const override;
     static constexpr int kMinWidth = 120;
     static constexpr int kMaxWidth = 600;
 
@@ -69,6 +72,7 @@ private:
     QLabel* m_bigIcon = nullptr;
     QWidget* m_facts = nullptr;
     QWidget* m_shared = nullptr;
+    int m_width = 200;
     int m_dragBase = -1;
     int m_dragStartX = 0;
 };

@@ -37,7 +37,7 @@ private slots:
         settings.setPreviewPaneWidth(900);
         PreviewPane pane(settings,
                          {.reveal = [](const NodePtr&) {}, .quickPreview = {}, .getInfo = {}});
-        QCOMPARE(pane.width(), PreviewPane::kMaxWidth); // a stored width out of range is clamped
+        QCOMPARE(pane.paneWidth(), PreviewPane::kMaxWidth); // a stored width out of range is clamped
         QVERIFY(pane.factText("Kind").isEmpty());
 
         for (auto [rel, kind, live] : {std::tuple{"notes.xyz", "XYZ File", true},
