@@ -20,9 +20,9 @@ BiggestFilesView::BiggestFilesView(MainWindowModel& model, QWidget* parent)
     m_table = new NodeTableView(model, m_tableModel,
                                 {{W::fixed, 22},
                                  {W::interactive, 220},
-                                 {W::stretch, 220},
-                                 {W::interactive, 80},
-                                 {W::interactive, 110},
+                                 {W::stretch, 220, true},
+                                 {W::interactive, 80, true},
+                                 {W::interactive, 110, true},
                                  {W::interactive, 110},
                                  {W::fixed, 28}},
                                 this);

@@ -21,8 +21,8 @@ FileListView::FileListView(MainWindowModel& model, QWidget* parent)
     m_table = new NodeTableView(model, m_tableModel,
                                 {{W::fixed, 22},
                                  {W::stretch, 220},
-                                 {W::interactive, 80},
-                                 {W::interactive, 120},
+                                 {W::interactive, 80, true},
+                                 {W::interactive, 120, true},
                                  {W::interactive, 120},
                                  {W::fixed, 28}},
                                 this);

@@ -57,7 +57,7 @@ public:
 
 NodeTableView::NodeTableView(MainWindowModel& window, NodeTableModel* model,
                              const std::vector<ColumnWidth>& widths, QWidget* parent)
-    : QTreeView(parent), m_window(window), m_model(model) {
+    : QTreeView(parent), m_window(window), m_model(model), m_widths(widths) {
     setModel(model);
     setRootIsDecorated(false);
     setItemsExpandable(false);
@@ -94,6 +94,29 @@ NodeTableView::NodeTableView(MainWindowModel& window, NodeTableModel* model,
     connect(model, &QAbstractItemModel::layoutChanged, this, &NodeTableView::showWindowSelection);
     connect(model, &QAbstractItemModel::rowsInserted, this, &NodeTableView::showWindowSelection);
     showWindowSelection();
+}
+
+void NodeTableView::resizeEvent(QResizeEvent* event) {
+    QTreeView::resizeEvent(event);
+    fitColumns();
+}
+
+// In a narrow window the name keeps room to be read: the columns that yield (kind,
+// date, path) give way, last ones first, and come back when there is room again.
+void NodeTableView::fitColumns() {
+    constexpr int kNameRoom = 150;
+    int needed = kNameRoom;
+    for (const ColumnWidth& w : m_widths)
+        if (!w.yields && w.mode != ColumnWidth::stretch)
+            needed += w.width;
+    for (std::size_t c = 0; c < m_widths.size(); ++c) {
+        if (!m_widths[c].yields)
+            continue;
+        const bool fits = needed + m_widths[c].width <= viewport()->width();
+        setColumnHidden(static_cast<int>(c), !fits);
+        if (fits)
+            needed += m_widths[c].width;
+    }
 }
 
 FileNode* NodeTableView::selectedRowNode() const {

@@ -26,10 +26,12 @@ class NodeTableView : public QTreeView {
 
 public:
     /// A column's width: fixed, stretching to the room left, or a starting width the
-    /// user may change.
+    /// user may change. A column that `yields` is hidden while the table is too narrow
+    /// for it (last ones first).
     struct ColumnWidth {
         enum Mode { fixed, stretch, interactive } mode;
         int width;
+        bool yields = false;
     };
 
     NodeTableView(MainWindowModel& window, NodeTableModel* model,
@@ -49,6 +51,7 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     bool viewportEvent(QEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void selectionChanged(const QItemSelection& selected,
                           const QItemSelection& deselected) override;
@@ -56,9 +59,11 @@ protected:
 private:
     void hover(std::optional<NodeID> id);
     void showWindowSelection();
+    void fitColumns();
 
     MainWindowModel& m_window;
     NodeTableModel* m_model;
+    std::vector<ColumnWidth> m_widths;
     std::optional<NodeID> m_hovered;
     bool m_showingWindowSelection = false;
 };
