@@ -21,6 +21,7 @@
 #include <QToolTip>
 
 #include <algorithm>
+#include <cstring>
 
 namespace ringfold {
 
@@ -124,29 +125,43 @@ MapScene ChartView::scene() const {
     return s;
 }
 
-void ChartView::rebuildPicture(const MapScene& scene) {
+void ChartView::composeFrame(const MapScene& scene) {
     const qreal dpr = devicePixelRatioF();
     const QSize pixels = (QSizeF(m_cachedSize) * dpr).toSize();
-    // A new picture of this size would cost page faults for every one of its pages.
-    if (m_picture.size() != pixels || m_picture.format() != QImage::Format_RGB32)
-        m_picture = QImage(pixels, QImage::Format_RGB32);
-    m_picture.setDevicePixelRatio(dpr);
-    QImage& image = m_picture;
+    const bool rebuild = !m_pictureValid || m_picture.devicePixelRatio() != dpr;
+    // A new image of this size would cost page faults for every one of its pages.
+    for (QImage* image : {&m_picture, &m_frame}) {
+        if (image->size() != pixels || image->format() != QImage::Format_RGB32)
+            *image = QImage(pixels, QImage::Format_RGB32);
+        image->setDevicePixelRatio(dpr);
+    }
     const VisualizationMode mode = m_segmentsMode;
-    auto paint = [&image, &scene, mode] {
-        image.fill(scene.colors.window);
-        QPainter p(&image);
+    auto paint = [this, &scene, mode, rebuild] {
+        if (rebuild) {
+            m_picture.fill(scene.colors.window);
+            QPainter p(&m_picture);
+            p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
+            if (mode == VisualizationMode::sunburst)
+                SunburstPainter(scene).paintBase(p);
+            else
+                TreemapPainter(scene).paintBase(p);
+        }
+        std::memcpy(m_frame.bits(), m_picture.constBits(),
+                    static_cast<std::size_t>(m_picture.sizeInBytes()));
+        QPainter p(&m_frame);
         p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
         if (mode == VisualizationMode::sunburst)
-            SunburstPainter(scene).paintBase(p);
+            SunburstPainter(scene).paintOverlay(p);
         else
-            TreemapPainter(scene).paintBase(p);
+            TreemapPainter(scene).paintOverlay(p);
     };
-    // Qt's raster engine hands every fill taller than a few dozen rows to the global
-    // thread pool and waits for it, unless it already runs on one of the pool's
-    // threads. A map is thousands of such fills, and the hand-offs cost far more than
-    // the pixels; drawn from a pool thread, each fill stays in one piece. When the
-    // pool has no thread free, the picture is drawn here.
+    // Qt's raster engine hands every fill of more than about a hundred spans (a
+    // callout's leader line, a ring) to the global thread pool and waits for it,
+    // unless it already runs on one of the pool's threads. A map is thousands of such
+    // fills, and the hand-offs cost far more than the pixels; drawn from a pool
+    // thread, each fill stays in one piece. Copying the cached picture for the
+    // overlay costs less than the hand-offs of a few callouts. When the pool has no
+    // thread free, the frame is drawn here.
     QSemaphore done;
     if (QThreadPool::globalInstance()->tryStart([&] {
             paint();
@@ -166,15 +181,8 @@ void ChartView::paintEvent(QPaintEvent*) {
         emit mapPainted(0);
         return;
     }
-    const MapScene s = scene();
-    if (!m_pictureValid || m_picture.devicePixelRatio() != devicePixelRatioF())
-        rebuildPicture(s);
-    p.drawImage(0, 0, m_picture);
-    p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
-    if (m_segmentsMode == VisualizationMode::sunburst)
-        SunburstPainter(s).paintOverlay(p);
-    else
-        TreemapPainter(s).paintOverlay(p);
+    composeFrame(scene());
+    p.drawImage(0, 0, m_frame);
     emit mapPainted(static_cast<int>(m_segments.size()));
 }
 

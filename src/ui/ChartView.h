@@ -85,7 +85,7 @@ private:
     void modeChanged();
     void ensureLayout();
     void invalidatePicture();
-    void rebuildPicture(const MapScene& scene);
+    void composeFrame(const MapScene& scene);
     MapScene scene() const;
 
     void click(const Hit& hit, Qt::KeyboardModifiers modifiers);
@@ -105,8 +105,9 @@ private:
     QSize m_cachedSize;
     bool m_layoutPending = false;
     int m_layoutCount = 0;
-    QImage m_picture; // reused from paint to paint while the size holds
+    QImage m_picture; // the map without hover and selection, reused while the size holds
     bool m_pictureValid = false;
+    QImage m_frame; // the picture with the overlay, as the last paint showed it
 
     bool m_showingInaccessibleInfo = false;
     NodePtr m_hiddenInfoParent;
