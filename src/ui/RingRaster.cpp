@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace ringfold::mapdraw {
 
@@ -20,8 +21,12 @@ struct Piece {
     double cs, ss, ce, se; // cos and sin of the edges
     float inner[4];        // premultiplied, 0 ... 255, at the inner radius
     float slope[4];        // change per unit of t (inner -> reach)
-    int innerQ[4];         // the same in integers: inner * 256 and slope
-    int slopeQ[4];
+    // The same in integers, one 16-bit lane per channel (blue, green, red, alpha from
+    // the low end): inner * 256 + 128 and the slope. At any level l in 0 ... 256 a
+    // lane of lanes + slopes * l is a channel times 256, never below 0 nor above
+    // 65535, so one multiply interpolates all four.
+    std::uint64_t lanes, slopes;
+    bool opaque;
 };
 
 void unpack(QRgb c, float out[4]) {
@@ -33,13 +38,14 @@ void unpack(QRgb c, float out[4]) {
 
 inline double clamp01(double v) { return v < 0 ? 0 : (v > 1 ? 1 : v); }
 
+// Source-over of a premultiplied colour (channels 0 ... 255) in integers, two
+// channels per multiply; premultiplied channels cannot carry into the next one.
 inline void blend(QRgb& px, const float c[4]) {
-    const float keep = 1.0f - c[3] * (1.0f / 255.0f);
-    auto mix = [&](int shift, float v) {
-        const float out = v + static_cast<float>((px >> shift) & 0xff) * keep + 0.5f;
-        return static_cast<QRgb>(std::min(out, 255.0f)) << shift;
-    };
-    px = mix(24, c[3]) | mix(16, c[0]) | mix(8, c[1]) | mix(0, c[2]);
+    auto level = [](float v) { return static_cast<QRgb>(std::min(v + 0.5f, 255.0f)); };
+    const QRgb keep = 256u - level(c[3]);
+    const QRgb rb = (((px & 0x00ff00ffu) * keep) >> 8) & 0x00ff00ffu;
+    const QRgb ag = (((px >> 8) & 0x00ff00ffu) * keep) & 0xff00ff00u;
+    px = (level(c[3]) << 24 | level(c[0]) << 16 | level(c[1]) << 8 | level(c[2])) + (rb | ag);
 }
 
 class RingFiller {
@@ -142,8 +148,10 @@ private:
                 const std::size_t after = k + 1 == count ? 0 : k + 1;
                 edgeZone(it->cs, it->ss, joined(before, k) ? static_cast<int>(before) : -1,
                          static_cast<int>(k));
-                edgeZone(it->ce, it->se, static_cast<int>(k),
-                         joined(k, after) ? static_cast<int>(after) : -1);
+                // A shared edge is the next piece's start; beyond this span when that
+                // piece lies beyond it.
+                if (!joined(k, after))
+                    edgeZone(it->ce, it->se, static_cast<int>(k), -1);
             }
         };
         collect(lo, hi);
@@ -218,21 +226,26 @@ private:
         return q.cs * py - q.ss * px >= 0 && q.se * px - q.ce * py >= 0;
     }
 
+    static QRgb colourAt(const Piece& q, int level) {
+        const std::uint64_t x = ((q.lanes + q.slopes * static_cast<std::uint64_t>(level)) >> 8) &
+                                0x00ff00ff00ff00ffull;
+        const std::uint64_t y = x | (x >> 8);
+        return static_cast<QRgb>((y & 0xffffu) | ((y >> 16) & 0xffff0000u));
+    }
+
     static void storeInside(QRgb& d, const Piece& q, int level) {
-        int c[4];
-        for (int i = 0; i < 4; ++i)
-            c[i] = (q.innerQ[i] + q.slopeQ[i] * level + 128) >> 8;
-        if (c[3] >= 255) {
-            d = qRgba(c[0], c[1], c[2], 255);
+        const QRgb c = colourAt(q, level);
+        if (q.opaque) {
+            d = c;
             return;
         }
-        const int keep = 255 - c[3];
+        const int keep = 255 - qAlpha(c);
         auto mix = [&](int v, int dst) {
             const int m = dst * keep + 128;
             return std::min(v + ((m + (m >> 8)) >> 8), 255);
         };
-        d = qRgba(mix(c[0], qRed(d)), mix(c[1], qGreen(d)), mix(c[2], qBlue(d)),
-                  mix(c[3], qAlpha(d)));
+        d = qRgba(mix(qRed(c), qRed(d)), mix(qGreen(c), qGreen(d)), mix(qBlue(c), qBlue(d)),
+                  mix(qAlpha(c), qAlpha(d)));
     }
 
     struct Zone {
@@ -295,12 +308,18 @@ private:
                 p.ss = std::sin(p.start);
                 p.ce = std::cos(p.end);
                 p.se = std::sin(p.end);
+                p.lanes = p.slopes = 0;
                 for (int k = 0; k < 4; ++k) {
                     p.inner[k] = in[k];
                     p.slope[k] = out[k] - in[k];
-                    p.innerQ[k] = static_cast<int>(in[k]) * 256;
-                    p.slopeQ[k] = static_cast<int>(out[k]) - static_cast<int>(in[k]);
+                    const int shift = 16 * (k == 3 ? 3 : 2 - k); // r, g, b, a lanes
+                    p.lanes += static_cast<std::uint64_t>(static_cast<int>(in[k]) * 256 + 128)
+                               << shift;
+                    p.slopes += static_cast<std::uint64_t>(
+                        static_cast<std::int64_t>(static_cast<int>(out[k]) - static_cast<int>(in[k])) *
+                        (std::int64_t{1} << shift));
                 }
+                p.opaque = qAlpha(run.atInner) == 255 && qAlpha(run.atReach) == 255;
                 m_pieces.push_back(p);
             }
         }
