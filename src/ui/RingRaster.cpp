@@ -109,7 +109,10 @@ private:
             const float px = px0 + static_cast<float>(i);
             const float r = std::sqrt(px * px + fpy2);
             radius[i] = r;
-            level[i] = static_cast<int>(std::clamp((r - r0) * inv, 0.0f, 1.0f) * 256.0f + 0.5f);
+            float t = (r - r0) * inv;
+            t = t > 0.0f ? t : 0.0f;
+            t = t < 1.0f ? t : 1.0f;
+            level[i] = static_cast<int>(t * 256.0f + 0.5f);
         }
 
         // The stretches around the edges that cross this span, in pixel indices.
