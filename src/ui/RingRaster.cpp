@@ -166,6 +166,18 @@ private:
                   [](const Zone& a, const Zone& b) { return a.first < b.first; });
 
         const auto inner = static_cast<float>(m_r0 + 0.5), outer = static_cast<float>(m_r1 - 0.5);
+        // Pixels at least a pixel clear of both circles on either side of the centre,
+        // found from the row's geometry instead of testing each pixel's radius.
+        std::pair<int, int> safe[2] = {{1, 0}, {1, 0}};
+        if (const double b2 = double(outer) * outer - py * py; b2 > 0) {
+            const double a = std::sqrt(std::max(double(inner) * inner - py * py, 0.0)) + 1;
+            const double b = std::sqrt(b2) - 1;
+            const double cx = m_c.x() - 0.5;
+            if (a <= b) {
+                safe[0] = {static_cast<int>(std::ceil(cx - b)), static_cast<int>(std::floor(cx - a))};
+                safe[1] = {static_cast<int>(std::ceil(cx + a)), static_cast<int>(std::floor(cx + b))};
+            }
+        }
         std::size_t zone = 0;
         std::size_t hint = m_hint;
         int x = xFirst;
@@ -199,12 +211,27 @@ private:
             // A stretch inside one run or one gap: find which from its first pixel.
             const double px = x + 0.5 - m_c.x();
             const Piece* q = locate(px, py, hint) ? &m_pieces[hint] : nullptr;
-            for (; x <= end; ++x) {
-                const float r = radius[x - xFirst];
-                if (r < inner || r > outer)
-                    slowPixel(row, x, xFirst, py, hint);
-                else if (q)
-                    storeInside(row[x], *q, level[x - xFirst]);
+            while (x <= end) {
+                int stop = x - 1; // the end of a stretch surely between the circles
+                for (const auto& [lo, hi] : safe)
+                    if (x >= lo && x <= hi)
+                        stop = std::min(end, hi);
+                if (stop < x) {
+                    const float r = radius[x - xFirst];
+                    if (r < inner || r > outer)
+                        slowPixel(row, x, xFirst, py, hint);
+                    else if (q)
+                        storeInside(row[x], *q, level[x - xFirst]);
+                    ++x;
+                } else if (!q) {
+                    x = stop + 1;
+                } else if (q->opaque) {
+                    for (; x <= stop; ++x)
+                        row[x] = colourAt(*q, level[x - xFirst]);
+                } else {
+                    for (; x <= stop; ++x)
+                        storeInside(row[x], *q, level[x - xFirst]);
+                }
             }
         }
         m_hint = hint;
