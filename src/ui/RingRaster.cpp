@@ -1,59 +1,26 @@
 #include "ui/RingRaster.h"
 
+#include "ui/RingPieces.h"
+
 #include <QImage>
 #include <QPainter>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 
 namespace ringfold::mapdraw {
 
 namespace {
 
 constexpr double kTwoPi = 2.0 * M_PI;
-// Runs are cut into pieces no wider than this, so that "on the inner side of both
-// edges" means "inside the piece" (true for wedges narrower than half a turn).
-constexpr double kMaxPiece = M_PI / 2;
-
-struct Piece {
-    double start, end;
-    double cs, ss, ce, se; // cos and sin of the edges
-    float inner[4];        // premultiplied, 0 ... 255, at the inner radius
-    float slope[4];        // change per unit of t (inner -> reach)
-    // The same in integers, one 16-bit lane per channel (blue, green, red, alpha from
-    // the low end): inner * 256 + 128 and the slope. At any level l in 0 ... 256 a
-    // lane of lanes + slopes * l is a channel times 256, never below 0 nor above
-    // 65535, so one multiply interpolates all four.
-    std::uint64_t lanes, slopes;
-    bool opaque;
-};
-
-void unpack(QRgb c, float out[4]) {
-    out[0] = static_cast<float>(qRed(c));
-    out[1] = static_cast<float>(qGreen(c));
-    out[2] = static_cast<float>(qBlue(c));
-    out[3] = static_cast<float>(qAlpha(c));
-}
-
-inline double clamp01(double v) { return v < 0 ? 0 : (v > 1 ? 1 : v); }
-
-// Source-over of a premultiplied colour (channels 0 ... 255) in integers, two
-// channels per multiply; premultiplied channels cannot carry into the next one.
-inline void blend(QRgb& px, const float c[4]) {
-    auto level = [](float v) { return static_cast<QRgb>(std::min(v + 0.5f, 255.0f)); };
-    const QRgb keep = 256u - level(c[3]);
-    const QRgb rb = (((px & 0x00ff00ffu) * keep) >> 8) & 0x00ff00ffu;
-    const QRgb ag = (((px >> 8) & 0x00ff00ffu) * keep) & 0xff00ff00u;
-    px = (level(c[3]) << 24 | level(c[0]) << 16 | level(c[1]) << 8 | level(c[2])) + (rb | ag);
-}
 
 class RingFiller {
 public:
     RingFiller(QImage& image, QPointF centre, double scale) : m_image(image), m_c(centre), m_s(scale) {}
 
     void fill(const Ring& ring) {
-        if (!preparePieces(ring))
+        cutIntoPieces(ring, m_pieces);
+        if (m_pieces.empty())
             return;
         m_hint = 0;
         m_r0 = ring.inner * m_s;
@@ -256,28 +223,6 @@ private:
         return q.cs * py - q.ss * px >= 0 && q.se * px - q.ce * py >= 0;
     }
 
-    static QRgb colourAt(const Piece& q, int level) {
-        const std::uint64_t x = ((q.lanes + q.slopes * static_cast<std::uint64_t>(level)) >> 8) &
-                                0x00ff00ff00ff00ffull;
-        const std::uint64_t y = x | (x >> 8);
-        return static_cast<QRgb>((y & 0xffffu) | ((y >> 16) & 0xffff0000u));
-    }
-
-    static void storeInside(QRgb& d, const Piece& q, int level) {
-        const QRgb c = colourAt(q, level);
-        if (q.opaque) {
-            d = c;
-            return;
-        }
-        const int keep = 255 - qAlpha(c);
-        auto mix = [&](int v, int dst) {
-            const int m = dst * keep + 128;
-            return std::min(v + ((m + (m >> 8)) >> 8), 255);
-        };
-        d = qRgba(mix(qRed(c), qRed(d)), mix(qGreen(c), qGreen(d)), mix(qBlue(c), qBlue(d)),
-                  mix(qAlpha(c), qAlpha(d)));
-    }
-
     struct Zone {
         int first, last;
         double cs, ss;   // the edge's direction
@@ -319,41 +264,6 @@ private:
         float c[4];
         if (edgePixel(px, py, t, static_cast<float>(radial), c, hint))
             blend(row[x], c);
-    }
-
-    bool preparePieces(const Ring& ring) {
-        m_pieces.clear();
-        for (const RingRun& run : ring.runs) {
-            float in[4], out[4];
-            unpack(run.atInner, in);
-            unpack(run.atReach, out);
-            const int n = std::max(1, static_cast<int>(std::ceil((run.end - run.start) / kMaxPiece)));
-            for (int i = 0; i < n; ++i) {
-                Piece p;
-                p.start = run.start + (run.end - run.start) * i / n;
-                p.end = i + 1 == n ? run.end : run.start + (run.end - run.start) * (i + 1) / n;
-                if (p.end <= p.start)
-                    continue;
-                p.cs = std::cos(p.start);
-                p.ss = std::sin(p.start);
-                p.ce = std::cos(p.end);
-                p.se = std::sin(p.end);
-                p.lanes = p.slopes = 0;
-                for (int k = 0; k < 4; ++k) {
-                    p.inner[k] = in[k];
-                    p.slope[k] = out[k] - in[k];
-                    const int shift = 16 * (k == 3 ? 3 : 2 - k); // r, g, b, a lanes
-                    p.lanes += static_cast<std::uint64_t>(static_cast<int>(in[k]) * 256 + 128)
-                               << shift;
-                    p.slopes += static_cast<std::uint64_t>(
-                        static_cast<std::int64_t>(static_cast<int>(out[k]) - static_cast<int>(in[k])) *
-                        (std::int64_t{1} << shift));
-                }
-                p.opaque = qAlpha(run.atInner) == 255 && qAlpha(run.atReach) == 255;
-                m_pieces.push_back(p);
-            }
-        }
-        return !m_pieces.empty();
     }
 
     // Sums the pieces whose edges pass within about a pixel of this one; false when
@@ -412,7 +322,7 @@ private:
         std::size_t k = lo;
         for (std::size_t i = 0; i < n; ++i, k = prev(k)) {
             const Piece& q = m_pieces[k];
-            any |= add(q, px, py, t, sum);
+            any |= addCoverage(q, px, py, t, sum);
             if (q.cs * py - q.ss * px >= 1.0)
                 break;
         }
@@ -420,7 +330,7 @@ private:
         for (std::size_t i = 0; i < n; ++i, k = next(k)) {
             const Piece& q = m_pieces[k];
             if (k != lo)
-                any |= add(q, px, py, t, sum);
+                any |= addCoverage(q, px, py, t, sum);
             if (q.se * px - q.ce * py >= 1.0 || next(k) == lo)
                 break;
         }
@@ -428,17 +338,6 @@ private:
             return false;
         for (int i = 0; i < 4; ++i)
             c[i] = std::min(sum[i], 255.0f) * radial;
-        return true;
-    }
-
-    static bool add(const Piece& q, double px, double py, float t, float sum[4]) {
-        const double cover =
-            clamp01(0.5 + q.cs * py - q.ss * px) + clamp01(0.5 + q.se * px - q.ce * py) - 1;
-        if (cover <= 0)
-            return false;
-        const auto f = static_cast<float>(cover);
-        for (int i = 0; i < 4; ++i)
-            sum[i] += (q.inner[i] + q.slope[i] * t) * f;
         return true;
     }
 
