@@ -104,6 +104,9 @@ QPen separatorPen(const QPainter& painter, const MapStyle& style);
 /// The single colour that white at `whiteOpacity` laid over `fill` composes to, so a
 /// fill and a white shading over it take one raster pass instead of two.
 QColor whiteOver(const QColor& fill, double whiteOpacity);
+/// The backdrop's soft white disc of radius `r` around `c`, from a copy drawn once per
+/// size and opacity.
+void paintGlow(QPainter& painter, QPointF c, double r, double opacity);
 /// The white wash and outline of a hovered or selected segment.
 void drawEmphasis(QPainter& painter, const QPainterPath& path, const MapStyle& style);
 /// A white disc with an accent checkmark, sized to the room the segment offers;
