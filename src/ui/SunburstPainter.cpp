@@ -267,9 +267,7 @@ void SunburstPainter::paintHub(QPainter& p) const {
     const double h = m_scene.style.centerHoleRatio * radius();
     if (h < 20)
         return;
-    p.setBrush(m_scene.colors.window);
-    p.setPen(QPen(white(m_scene.style.hubRimOpacity), 1.75));
-    p.drawEllipse(c, h, h);
+    mapdraw::paintHubDisc(p, c, h, m_scene.colors.window, white(m_scene.style.hubRimOpacity));
 
     const double D = 2 * h;
     if (D < 48 || !m_scene.focused)
