@@ -125,10 +125,9 @@ MapScene ChartView::scene() const {
     return s;
 }
 
-void ChartView::composeFrame(const MapScene& scene) {
+void ChartView::rebuildFrame(const MapScene& scene) {
     const qreal dpr = devicePixelRatioF();
     const QSize pixels = (QSizeF(m_cachedSize) * dpr).toSize();
-    const bool rebuild = !m_pictureValid || m_picture.devicePixelRatio() != dpr;
     // A new image of this size would cost page faults for every one of its pages.
     for (QImage* image : {&m_picture, &m_frame}) {
         if (image->size() != pixels || image->format() != QImage::Format_RGB32)
@@ -136,32 +135,24 @@ void ChartView::composeFrame(const MapScene& scene) {
         image->setDevicePixelRatio(dpr);
     }
     const VisualizationMode mode = m_segmentsMode;
-    auto paint = [this, &scene, mode, rebuild] {
-        if (rebuild) {
-            m_picture.fill(scene.colors.window);
-            QPainter p(&m_picture);
-            p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
-            if (mode == VisualizationMode::sunburst)
-                SunburstPainter(scene).paintBase(p);
-            else
-                TreemapPainter(scene).paintBase(p);
-        }
-        std::memcpy(m_frame.bits(), m_picture.constBits(),
-                    static_cast<std::size_t>(m_picture.sizeInBytes()));
-        QPainter p(&m_frame);
+    auto paint = [this, &scene, mode] {
+        m_picture.fill(scene.colors.window);
+        QPainter p(&m_picture);
         p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
         if (mode == VisualizationMode::sunburst)
-            SunburstPainter(scene).paintOverlay(p);
+            SunburstPainter(scene).paintBase(p);
         else
-            TreemapPainter(scene).paintOverlay(p);
+            TreemapPainter(scene).paintBase(p);
+        p.end();
+        std::memcpy(m_frame.bits(), m_picture.constBits(),
+                    static_cast<std::size_t>(m_picture.sizeInBytes()));
+        paintOverlay(m_frame, scene, mode);
     };
-    // Qt's raster engine hands every fill of more than about a hundred spans (a
-    // callout's leader line, a ring) to the global thread pool and waits for it,
-    // unless it already runs on one of the pool's threads. A map is thousands of such
-    // fills, and the hand-offs cost far more than the pixels; drawn from a pool
-    // thread, each fill stays in one piece. Copying the cached picture for the
-    // overlay costs less than the hand-offs of a few callouts. When the pool has no
-    // thread free, the frame is drawn here.
+    // Qt's raster engine hands every fill of more than about a hundred spans (a ring,
+    // a callout's leader line) to the global thread pool and waits for it, unless it
+    // already runs on one of the pool's threads. A map is thousands of such fills, and
+    // the hand-offs cost far more than the pixels; drawn from a pool thread, each fill
+    // stays in one piece. When the pool has no thread free, the frame is drawn here.
     QSemaphore done;
     if (QThreadPool::globalInstance()->tryStart([&] {
             paint();
@@ -173,16 +164,33 @@ void ChartView::composeFrame(const MapScene& scene) {
     m_pictureValid = true;
 }
 
+void ChartView::paintOverlay(QPaintDevice& device, const MapScene& scene, VisualizationMode mode) {
+    QPainter p(&device);
+    p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
+    if (mode == VisualizationMode::sunburst)
+        SunburstPainter(scene).paintOverlay(p);
+    else
+        TreemapPainter(scene).paintOverlay(p);
+}
+
 void ChartView::paintEvent(QPaintEvent*) {
     ensureLayout();
-    QPainter p(this);
     if (m_cachedSize.isEmpty()) {
-        p.fillRect(rect(), palette().color(QPalette::Window));
+        QPainter(this).fillRect(rect(), palette().color(QPalette::Window));
         emit mapPainted(0);
         return;
     }
-    composeFrame(scene());
-    p.drawImage(0, 0, m_frame);
+    const MapScene s = scene();
+    // A new picture takes its overlay along to the pool thread (a copy of the picture
+    // costs less than the hand-offs of a dozen callouts' leader lines); a hover or
+    // selection change, the common case, draws it here over the cached picture.
+    if (!m_pictureValid || m_picture.devicePixelRatio() != devicePixelRatioF()) {
+        rebuildFrame(s);
+        QPainter(this).drawImage(0, 0, m_frame);
+    } else {
+        QPainter(this).drawImage(0, 0, m_picture);
+        paintOverlay(*this, s, m_segmentsMode);
+    }
     emit mapPainted(static_cast<int>(m_segments.size()));
 }
 

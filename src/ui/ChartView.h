@@ -85,7 +85,8 @@ private:
     void modeChanged();
     void ensureLayout();
     void invalidatePicture();
-    void composeFrame(const MapScene& scene);
+    void rebuildFrame(const MapScene& scene);
+    static void paintOverlay(QPaintDevice& device, const MapScene& scene, VisualizationMode mode);
     MapScene scene() const;
 
     void click(const Hit& hit, Qt::KeyboardModifiers modifiers);
@@ -107,7 +108,7 @@ private:
     int m_layoutCount = 0;
     QImage m_picture; // the map without hover and selection, reused while the size holds
     bool m_pictureValid = false;
-    QImage m_frame; // the picture with the overlay, as the last paint showed it
+    QImage m_frame; // the new picture with its overlay, shown by the paint that drew it
 
     bool m_showingInaccessibleInfo = false;
     NodePtr m_hiddenInfoParent;
