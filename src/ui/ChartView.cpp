@@ -125,17 +125,19 @@ MapScene ChartView::scene() const {
     return s;
 }
 
-void ChartView::rebuildFrame(const MapScene& scene) {
+void ChartView::rebuildPicture(const MapScene& scene, bool withOverlay) {
     const qreal dpr = devicePixelRatioF();
     const QSize pixels = (QSizeF(m_cachedSize) * dpr).toSize();
     // A new image of this size would cost page faults for every one of its pages.
     for (QImage* image : {&m_picture, &m_frame}) {
+        if (image == &m_frame && !withOverlay)
+            continue;
         if (image->size() != pixels || image->format() != QImage::Format_RGB32)
             *image = QImage(pixels, QImage::Format_RGB32);
         image->setDevicePixelRatio(dpr);
     }
     const VisualizationMode mode = m_segmentsMode;
-    auto paint = [this, &scene, mode] {
+    auto paint = [this, &scene, mode, withOverlay] {
         m_picture.fill(scene.colors.window);
         QPainter p(&m_picture);
         p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
@@ -144,6 +146,8 @@ void ChartView::rebuildFrame(const MapScene& scene) {
         else
             TreemapPainter(scene).paintBase(p);
         p.end();
+        if (!withOverlay)
+            return;
         std::memcpy(m_frame.bits(), m_picture.constBits(),
                     static_cast<std::size_t>(m_picture.sizeInBytes()));
         paintOverlay(m_frame, scene, mode);
@@ -181,16 +185,21 @@ void ChartView::paintEvent(QPaintEvent*) {
         return;
     }
     const MapScene s = scene();
-    // A new picture takes its overlay along to the pool thread (a copy of the picture
-    // costs less than the hand-offs of a dozen callouts' leader lines); a hover or
-    // selection change, the common case, draws it here over the cached picture.
+    // A new sunburst picture takes its overlay along to the pool thread: a copy of the
+    // picture costs less than the hand-offs of a dozen callouts' leader lines. A hover
+    // or selection change, the common case, and the treemap, which has no callouts,
+    // draw it here over the cached picture.
     if (!m_pictureValid || m_picture.devicePixelRatio() != devicePixelRatioF()) {
-        rebuildFrame(s);
-        QPainter(this).drawImage(0, 0, m_frame);
-    } else {
-        QPainter(this).drawImage(0, 0, m_picture);
-        paintOverlay(*this, s, m_segmentsMode);
+        const bool withOverlay = m_segmentsMode == VisualizationMode::sunburst;
+        rebuildPicture(s, withOverlay);
+        if (withOverlay) {
+            QPainter(this).drawImage(0, 0, m_frame);
+            emit mapPainted(static_cast<int>(m_segments.size()));
+            return;
+        }
     }
+    QPainter(this).drawImage(0, 0, m_picture);
+    paintOverlay(*this, s, m_segmentsMode);
     emit mapPainted(static_cast<int>(m_segments.size()));
 }
 

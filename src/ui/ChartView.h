@@ -85,7 +85,7 @@ private:
     void modeChanged();
     void ensureLayout();
     void invalidatePicture();
-    void rebuildFrame(const MapScene& scene);
+    void rebuildPicture(const MapScene& scene, bool withOverlay);
     static void paintOverlay(QPaintDevice& device, const MapScene& scene, VisualizationMode mode);
     MapScene scene() const;
 
@@ -108,7 +108,7 @@ private:
     int m_layoutCount = 0;
     QImage m_picture; // the map without hover and selection, reused while the size holds
     bool m_pictureValid = false;
-    QImage m_frame; // the new picture with its overlay, shown by the paint that drew it
+    QImage m_frame; // a new picture with its overlay, shown by the paint that drew it
 
     bool m_showingInaccessibleInfo = false;
     NodePtr m_hiddenInfoParent;
