@@ -150,7 +150,8 @@ void ChartView::rebuildPicture(const MapScene& scene, bool withOverlay) {
             return;
         std::memcpy(m_frame.bits(), m_picture.constBits(),
                     static_cast<std::size_t>(m_picture.sizeInBytes()));
-        paintOverlay(m_frame, scene, mode);
+        QPainter q(&m_frame);
+        paintOverlay(q, scene, mode);
     };
     // Qt's raster engine hands every fill of more than about a hundred spans (a ring,
     // a callout's leader line) to the global thread pool and waits for it, unless it
@@ -168,8 +169,7 @@ void ChartView::rebuildPicture(const MapScene& scene, bool withOverlay) {
     m_pictureValid = true;
 }
 
-void ChartView::paintOverlay(QPaintDevice& device, const MapScene& scene, VisualizationMode mode) {
-    QPainter p(&device);
+void ChartView::paintOverlay(QPainter& p, const MapScene& scene, VisualizationMode mode) {
     p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
     if (mode == VisualizationMode::sunburst)
         SunburstPainter(scene).paintOverlay(p);
@@ -179,8 +179,9 @@ void ChartView::paintOverlay(QPaintDevice& device, const MapScene& scene, Visual
 
 void ChartView::paintEvent(QPaintEvent*) {
     ensureLayout();
+    QPainter p(this);
     if (m_cachedSize.isEmpty()) {
-        QPainter(this).fillRect(rect(), palette().color(QPalette::Window));
+        p.fillRect(rect(), palette().color(QPalette::Window));
         emit mapPainted(0);
         return;
     }
@@ -189,17 +190,16 @@ void ChartView::paintEvent(QPaintEvent*) {
     // picture costs less than the hand-offs of a dozen callouts' leader lines. A hover
     // or selection change, the common case, and the treemap, which has no callouts,
     // draw it here over the cached picture.
-    if (!m_pictureValid || m_picture.devicePixelRatio() != devicePixelRatioF()) {
-        const bool withOverlay = m_segmentsMode == VisualizationMode::sunburst;
+    const bool rebuild = !m_pictureValid || m_picture.devicePixelRatio() != devicePixelRatioF();
+    const bool withOverlay = rebuild && m_segmentsMode == VisualizationMode::sunburst;
+    if (rebuild)
         rebuildPicture(s, withOverlay);
-        if (withOverlay) {
-            QPainter(this).drawImage(0, 0, m_frame);
-            emit mapPainted(static_cast<int>(m_segments.size()));
-            return;
-        }
+    if (withOverlay) {
+        p.drawImage(0, 0, m_frame);
+    } else {
+        p.drawImage(0, 0, m_picture);
+        paintOverlay(p, s, m_segmentsMode);
     }
-    QPainter(this).drawImage(0, 0, m_picture);
-    paintOverlay(*this, s, m_segmentsMode);
     emit mapPainted(static_cast<int>(m_segments.size()));
 }
 

@@ -86,7 +86,7 @@ private:
     void ensureLayout();
     void invalidatePicture();
     void rebuildPicture(const MapScene& scene, bool withOverlay);
-    static void paintOverlay(QPaintDevice& device, const MapScene& scene, VisualizationMode mode);
+    static void paintOverlay(QPainter& painter, const MapScene& scene, VisualizationMode mode);
     MapScene scene() const;
 
     void click(const Hit& hit, Qt::KeyboardModifiers modifiers);
