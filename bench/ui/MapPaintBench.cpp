@@ -8,6 +8,8 @@
 //
 //   ringfold_map_bench [--tree DIR] [--scale 2] [benchmark flags]
 //   ringfold_map_bench [--tree DIR] [--scale 2] --png OUTDIR   (renders screenshots)
+//   ringfold_map_bench [--tree DIR] --frames N full|layout|hover   (N paints after one
+//       warm-up, for a profiler: perf record, valgrind --tool=callgrind)
 
 #include "app/stores/CleanupListStore.h"
 #include "app/stores/SettingsStore.h"
@@ -29,6 +31,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -280,18 +283,46 @@ int renderPngs(const QString& dir) {
     return 0;
 }
 
+// A fixed number of sunburst paints of one kind, with no timing of its own.
+int paintFrames(int frames, const std::string& kind) {
+    Fixture f;
+    f.root = g_root;
+    f.show(VisualizationMode::sunburst);
+    QImage image = frame();
+    f.view.render(&image);
+    const auto ids = plainIDs(f.view);
+    for (int i = 0; i < frames; ++i) {
+        const auto id = ids[static_cast<std::size_t>(i) % ids.size()];
+        if (kind == "full")
+            f.cleanup.toggle(f.view.segments()[static_cast<std::size_t>(i) % ids.size()].node);
+        else if (kind == "layout")
+            f.model.bumpTreeRevision();
+        else if (kind == "hover")
+            f.model.setHighlightedNodeID(id);
+        else
+            return 2;
+        f.view.render(&image);
+    }
+    return 0;
+}
+
 } // namespace
 } // namespace ringfold
 
 int main(int argc, char** argv) {
     QString png, treeDir;
+    int frames = 0;
+    std::string frameKind;
     std::vector<char*> rest{argv[0]};
     for (int i = 1; i < argc; ++i) {
         if (!std::strcmp(argv[i], "--png") && i + 1 < argc)
             png = QString::fromLocal8Bit(argv[++i]);
         else if (!std::strcmp(argv[i], "--tree") && i + 1 < argc)
             treeDir = QString::fromLocal8Bit(argv[++i]);
-        else if (!std::strcmp(argv[i], "--scale") && i + 1 < argc)
+        else if (!std::strcmp(argv[i], "--frames") && i + 2 < argc) {
+            frames = std::atoi(argv[++i]);
+            frameKind = argv[++i];
+        } else if (!std::strcmp(argv[i], "--scale") && i + 1 < argc)
             qputenv("QT_SCALE_FACTOR", argv[++i]);
         else
             rest.push_back(argv[i]);
@@ -323,6 +354,8 @@ int main(int argc, char** argv) {
     }
     if (!png.isEmpty())
         return renderPngs(png);
+    if (frames > 0)
+        return paintFrames(frames, frameKind);
 
     int benchArgc = static_cast<int>(rest.size());
     benchmark::Initialize(&benchArgc, rest.data());

@@ -21,6 +21,7 @@
 #include <QToolTip>
 
 #include <algorithm>
+#include <cstring>
 
 namespace ringfold {
 
@@ -124,29 +125,39 @@ MapScene ChartView::scene() const {
     return s;
 }
 
-void ChartView::rebuildPicture(const MapScene& scene) {
+void ChartView::rebuildPicture(const MapScene& scene, bool withOverlay) {
     const qreal dpr = devicePixelRatioF();
     const QSize pixels = (QSizeF(m_cachedSize) * dpr).toSize();
-    // A new picture of this size would cost page faults for every one of its pages.
-    if (m_picture.size() != pixels || m_picture.format() != QImage::Format_RGB32)
-        m_picture = QImage(pixels, QImage::Format_RGB32);
-    m_picture.setDevicePixelRatio(dpr);
-    QImage& image = m_picture;
+    // A new image of this size would cost page faults for every one of its pages.
+    for (QImage* image : {&m_picture, &m_frame}) {
+        if (image == &m_frame && !withOverlay)
+            continue;
+        if (image->size() != pixels || image->format() != QImage::Format_RGB32)
+            *image = QImage(pixels, QImage::Format_RGB32);
+        image->setDevicePixelRatio(dpr);
+    }
     const VisualizationMode mode = m_segmentsMode;
-    auto paint = [&image, &scene, mode] {
-        image.fill(scene.colors.window);
-        QPainter p(&image);
+    auto paint = [this, &scene, mode, withOverlay] {
+        m_picture.fill(scene.colors.window);
+        QPainter p(&m_picture);
         p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
         if (mode == VisualizationMode::sunburst)
             SunburstPainter(scene).paintBase(p);
         else
             TreemapPainter(scene).paintBase(p);
+        p.end();
+        if (!withOverlay)
+            return;
+        std::memcpy(m_frame.bits(), m_picture.constBits(),
+                    static_cast<std::size_t>(m_picture.sizeInBytes()));
+        QPainter q(&m_frame);
+        paintOverlay(q, scene, mode);
     };
-    // Qt's raster engine hands every fill taller than a few dozen rows to the global
-    // thread pool and waits for it, unless it already runs on one of the pool's
-    // threads. A map is thousands of such fills, and the hand-offs cost far more than
-    // the pixels; drawn from a pool thread, each fill stays in one piece. When the
-    // pool has no thread free, the picture is drawn here.
+    // Qt's raster engine hands every fill of more than about a hundred spans (a ring,
+    // a callout's leader line) to the global thread pool and waits for it, unless it
+    // already runs on one of the pool's threads. A map is thousands of such fills, and
+    // the hand-offs cost far more than the pixels; drawn from a pool thread, each fill
+    // stays in one piece. When the pool has no thread free, the frame is drawn here.
     QSemaphore done;
     if (QThreadPool::globalInstance()->tryStart([&] {
             paint();
@@ -158,6 +169,14 @@ void ChartView::rebuildPicture(const MapScene& scene) {
     m_pictureValid = true;
 }
 
+void ChartView::paintOverlay(QPainter& p, const MapScene& scene, VisualizationMode mode) {
+    p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
+    if (mode == VisualizationMode::sunburst)
+        SunburstPainter(scene).paintOverlay(p);
+    else
+        TreemapPainter(scene).paintOverlay(p);
+}
+
 void ChartView::paintEvent(QPaintEvent*) {
     ensureLayout();
     QPainter p(this);
@@ -167,14 +186,20 @@ void ChartView::paintEvent(QPaintEvent*) {
         return;
     }
     const MapScene s = scene();
-    if (!m_pictureValid || m_picture.devicePixelRatio() != devicePixelRatioF())
-        rebuildPicture(s);
-    p.drawImage(0, 0, m_picture);
-    p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
-    if (m_segmentsMode == VisualizationMode::sunburst)
-        SunburstPainter(s).paintOverlay(p);
-    else
-        TreemapPainter(s).paintOverlay(p);
+    // A new sunburst picture takes its overlay along to the pool thread: a copy of the
+    // picture costs less than the hand-offs of a dozen callouts' leader lines. A hover
+    // or selection change, the common case, and the treemap, which has no callouts,
+    // draw it here over the cached picture.
+    const bool rebuild = !m_pictureValid || m_picture.devicePixelRatio() != devicePixelRatioF();
+    const bool withOverlay = rebuild && m_segmentsMode == VisualizationMode::sunburst;
+    if (rebuild)
+        rebuildPicture(s, withOverlay);
+    if (withOverlay) {
+        p.drawImage(0, 0, m_frame);
+    } else {
+        p.drawImage(0, 0, m_picture);
+        paintOverlay(p, s, m_segmentsMode);
+    }
     emit mapPainted(static_cast<int>(m_segments.size()));
 }
 

@@ -85,7 +85,8 @@ private:
     void modeChanged();
     void ensureLayout();
     void invalidatePicture();
-    void rebuildPicture(const MapScene& scene);
+    void rebuildPicture(const MapScene& scene, bool withOverlay);
+    static void paintOverlay(QPainter& painter, const MapScene& scene, VisualizationMode mode);
     MapScene scene() const;
 
     void click(const Hit& hit, Qt::KeyboardModifiers modifiers);
@@ -105,8 +106,9 @@ private:
     QSize m_cachedSize;
     bool m_layoutPending = false;
     int m_layoutCount = 0;
-    QImage m_picture; // reused from paint to paint while the size holds
+    QImage m_picture; // the map without hover and selection, reused while the size holds
     bool m_pictureValid = false;
+    QImage m_frame; // a new picture with its overlay, shown by the paint that drew it
 
     bool m_showingInaccessibleInfo = false;
     NodePtr m_hiddenInfoParent;

@@ -1,6 +1,7 @@
 #include "ui/MapScene.h"
 
 #include "core/model/ByteFormat.h"
+#include "ui/Hairline.h"
 
 #include <QApplication>
 #include <QFile>
@@ -93,61 +94,6 @@ QPen hairlinePen(const QPainter& painter, QColor color, double width) {
     return pen;
 }
 
-namespace {
-
-// Premultiplied ARGB32 ink.
-struct Ink {
-    QRgb argb;
-};
-
-// Every channel of `x` times a / 256, two channels per multiply.
-inline QRgb byteMul256(QRgb x, QRgb a) {
-    const QRgb rb = (((x & 0x00ff00ffu) * a) >> 8) & 0x00ff00ffu;
-    const QRgb ag = (((x >> 8) & 0x00ff00ffu) * a) & 0xff00ff00u;
-    return rb | ag;
-}
-
-// Blends `ink` at `coverage` (0 ... 256) into one pixel: source-over in premultiplied
-// 8-bit channels, which cannot carry from one channel into the next. This runs for
-// every pixel of every separator.
-inline void blendPixel(QRgb& px, const Ink& ink, int coverage) {
-    const QRgb s = byteMul256(ink.argb, static_cast<QRgb>(coverage));
-    px = s + byteMul256(px, 256u - qAlpha(s));
-}
-
-void wuLine(QImage& image, QPointF a, QPointF b, const Ink& ink) {
-    const bool steep = std::abs(b.y() - a.y()) > std::abs(b.x() - a.x());
-    // Walk the major axis one pixel centre at a time; the minor axis splits coverage.
-    double ax = steep ? a.y() : a.x(), ay = steep ? a.x() : a.y();
-    double bx = steep ? b.y() : b.x(), by = steep ? b.x() : b.y();
-    if (ax > bx) {
-        std::swap(ax, bx);
-        std::swap(ay, by);
-    }
-    const double slope = bx > ax ? (by - ay) / (bx - ax) : 0.0;
-    const int w = image.width(), h = image.height();
-    const int majorLimit = steep ? h : w, minorLimit = steep ? w : h;
-    const int first = std::max(static_cast<int>(std::ceil(ax - 0.5)), 0);
-    const int last = std::min(static_cast<int>(std::floor(bx - 0.5)), majorLimit - 1);
-    auto* bits = reinterpret_cast<QRgb*>(image.bits());
-    const auto stride = image.bytesPerLine() / 4;
-    const std::ptrdiff_t majorStep = steep ? stride : 1, minorStep = steep ? 1 : stride;
-    for (int i = first; i <= last; ++i) {
-        const double t = ay + slope * (i + 0.5 - ax) - 0.5;
-        int j = static_cast<int>(t); // floor, without a library call per pixel
-        if (t < j)
-            --j;
-        const int f = static_cast<int>((t - j) * 256.0 + 0.5);
-        QRgb* at = bits + i * majorStep + j * minorStep;
-        if (j >= 0 && j < minorLimit)
-            blendPixel(*at, ink, 256 - f);
-        if (j + 1 >= 0 && j + 1 < minorLimit)
-            blendPixel(at[minorStep], ink, f);
-    }
-}
-
-} // namespace
-
 void drawHairlines(QPainter& p, const std::vector<QLineF>& lines, const QPen& pen) {
     auto* image = dynamic_cast<QImage*>(p.device());
     const QTransform t = p.deviceTransform();
@@ -160,13 +106,9 @@ void drawHairlines(QPainter& p, const std::vector<QLineF>& lines, const QPen& pe
         p.drawLines(lines.data(), static_cast<int>(lines.size()));
         return;
     }
-    const QColor c = pen.color();
-    const float alpha = c.alphaF();
-    auto level = [](float v) { return static_cast<int>(v * 255.0f + 0.5f); };
-    const Ink ink{qRgba(level(c.redF() * alpha), level(c.greenF() * alpha),
-                        level(c.blueF() * alpha), level(alpha))};
+    const HairlineInk ink(premultipliedInk(pen.color()));
     for (const QLineF& line : lines)
-        wuLine(*image, t.map(line.p1()), t.map(line.p2()), ink);
+        drawHairline(*image, t.map(line.p1()), t.map(line.p2()), ink);
 }
 
 QPen separatorPen(const QPainter& painter, const MapStyle& style) {

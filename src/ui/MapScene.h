@@ -104,6 +104,12 @@ QPen separatorPen(const QPainter& painter, const MapStyle& style);
 /// The single colour that white at `whiteOpacity` laid over `fill` composes to, so a
 /// fill and a white shading over it take one raster pass instead of two.
 QColor whiteOver(const QColor& fill, double whiteOpacity);
+/// The backdrop's soft white disc of radius `r` around `c`, from a copy drawn once per
+/// size and opacity.
+void paintGlow(QPainter& painter, QPointF c, double r, double opacity);
+/// The sunburst's hub: a disc of radius `r` in `fill` outlined in `rim` 1.75 wide, from a
+/// copy drawn once per size and colours.
+void paintHubDisc(QPainter& painter, QPointF c, double r, const QColor& fill, const QColor& rim);
 /// The white wash and outline of a hovered or selected segment.
 void drawEmphasis(QPainter& painter, const QPainterPath& path, const MapStyle& style);
 /// A white disc with an accent checkmark, sized to the room the segment offers;

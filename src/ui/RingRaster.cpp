@@ -1,5 +1,7 @@
 #include "ui/RingRaster.h"
 
+#include "ui/RingPieces.h"
+
 #include <QImage>
 #include <QPainter>
 
@@ -11,43 +13,14 @@ namespace ringfold::mapdraw {
 namespace {
 
 constexpr double kTwoPi = 2.0 * M_PI;
-// Runs are cut into pieces no wider than this, so that "on the inner side of both
-// edges" means "inside the piece" (true for wedges narrower than half a turn).
-constexpr double kMaxPiece = M_PI / 2;
-
-struct Piece {
-    double start, end;
-    double cs, ss, ce, se; // cos and sin of the edges
-    float inner[4];        // premultiplied, 0 ... 255, at the inner radius
-    float slope[4];        // change per unit of t (inner -> reach)
-    int innerQ[4];         // the same in integers: inner * 256 and slope
-    int slopeQ[4];
-};
-
-void unpack(QRgb c, float out[4]) {
-    out[0] = static_cast<float>(qRed(c));
-    out[1] = static_cast<float>(qGreen(c));
-    out[2] = static_cast<float>(qBlue(c));
-    out[3] = static_cast<float>(qAlpha(c));
-}
-
-inline double clamp01(double v) { return v < 0 ? 0 : (v > 1 ? 1 : v); }
-
-inline void blend(QRgb& px, const float c[4]) {
-    const float keep = 1.0f - c[3] * (1.0f / 255.0f);
-    auto mix = [&](int shift, float v) {
-        const float out = v + static_cast<float>((px >> shift) & 0xff) * keep + 0.5f;
-        return static_cast<QRgb>(std::min(out, 255.0f)) << shift;
-    };
-    px = mix(24, c[3]) | mix(16, c[0]) | mix(8, c[1]) | mix(0, c[2]);
-}
 
 class RingFiller {
 public:
     RingFiller(QImage& image, QPointF centre, double scale) : m_image(image), m_c(centre), m_s(scale) {}
 
     void fill(const Ring& ring) {
-        if (!preparePieces(ring))
+        cutIntoPieces(ring, m_pieces);
+        if (m_pieces.empty())
             return;
         m_hint = 0;
         m_r0 = ring.inner * m_s;
@@ -103,7 +76,10 @@ private:
             const float px = px0 + static_cast<float>(i);
             const float r = std::sqrt(px * px + fpy2);
             radius[i] = r;
-            level[i] = static_cast<int>(std::clamp((r - r0) * inv, 0.0f, 1.0f) * 256.0f + 0.5f);
+            float t = (r - r0) * inv;
+            t = t > 0.0f ? t : 0.0f;
+            t = t < 1.0f ? t : 1.0f;
+            level[i] = static_cast<int>(t * 256.0f + 0.5f);
         }
 
         // The stretches around the edges that cross this span, in pixel indices.
@@ -142,8 +118,10 @@ private:
                 const std::size_t after = k + 1 == count ? 0 : k + 1;
                 edgeZone(it->cs, it->ss, joined(before, k) ? static_cast<int>(before) : -1,
                          static_cast<int>(k));
-                edgeZone(it->ce, it->se, static_cast<int>(k),
-                         joined(k, after) ? static_cast<int>(after) : -1);
+                // A shared edge is the next piece's start; beyond this span when that
+                // piece lies beyond it.
+                if (!joined(k, after))
+                    edgeZone(it->ce, it->se, static_cast<int>(k), -1);
             }
         };
         collect(lo, hi);
@@ -155,6 +133,18 @@ private:
                   [](const Zone& a, const Zone& b) { return a.first < b.first; });
 
         const auto inner = static_cast<float>(m_r0 + 0.5), outer = static_cast<float>(m_r1 - 0.5);
+        // Pixels at least a pixel clear of both circles on either side of the centre,
+        // found from the row's geometry instead of testing each pixel's radius.
+        std::pair<int, int> safe[2] = {{1, 0}, {1, 0}};
+        if (const double b2 = double(outer) * outer - py * py; b2 > 0) {
+            const double a = std::sqrt(std::max(double(inner) * inner - py * py, 0.0)) + 1;
+            const double b = std::sqrt(b2) - 1;
+            const double cx = m_c.x() - 0.5;
+            if (a <= b) {
+                safe[0] = {static_cast<int>(std::ceil(cx - b)), static_cast<int>(std::floor(cx - a))};
+                safe[1] = {static_cast<int>(std::ceil(cx + a)), static_cast<int>(std::floor(cx + b))};
+            }
+        }
         std::size_t zone = 0;
         std::size_t hint = m_hint;
         int x = xFirst;
@@ -188,12 +178,27 @@ private:
             // A stretch inside one run or one gap: find which from its first pixel.
             const double px = x + 0.5 - m_c.x();
             const Piece* q = locate(px, py, hint) ? &m_pieces[hint] : nullptr;
-            for (; x <= end; ++x) {
-                const float r = radius[x - xFirst];
-                if (r < inner || r > outer)
-                    slowPixel(row, x, xFirst, py, hint);
-                else if (q)
-                    storeInside(row[x], *q, level[x - xFirst]);
+            while (x <= end) {
+                int stop = x - 1; // the end of a stretch surely between the circles
+                for (const auto& [lo, hi] : safe)
+                    if (x >= lo && x <= hi)
+                        stop = std::min(end, hi);
+                if (stop < x) {
+                    const float r = radius[x - xFirst];
+                    if (r < inner || r > outer)
+                        slowPixel(row, x, xFirst, py, hint);
+                    else if (q)
+                        storeInside(row[x], *q, level[x - xFirst]);
+                    ++x;
+                } else if (!q) {
+                    x = stop + 1;
+                } else if (q->opaque) {
+                    for (; x <= stop; ++x)
+                        row[x] = colourAt(*q, level[x - xFirst]);
+                } else {
+                    for (; x <= stop; ++x)
+                        storeInside(row[x], *q, level[x - xFirst]);
+                }
             }
         }
         m_hint = hint;
@@ -216,23 +221,6 @@ private:
         hint = it == m_pieces.begin() ? n - 1 : static_cast<std::size_t>(it - m_pieces.begin() - 1);
         const Piece& q = m_pieces[hint];
         return q.cs * py - q.ss * px >= 0 && q.se * px - q.ce * py >= 0;
-    }
-
-    static void storeInside(QRgb& d, const Piece& q, int level) {
-        int c[4];
-        for (int i = 0; i < 4; ++i)
-            c[i] = (q.innerQ[i] + q.slopeQ[i] * level + 128) >> 8;
-        if (c[3] >= 255) {
-            d = qRgba(c[0], c[1], c[2], 255);
-            return;
-        }
-        const int keep = 255 - c[3];
-        auto mix = [&](int v, int dst) {
-            const int m = dst * keep + 128;
-            return std::min(v + ((m + (m >> 8)) >> 8), 255);
-        };
-        d = qRgba(mix(c[0], qRed(d)), mix(c[1], qGreen(d)), mix(c[2], qBlue(d)),
-                  mix(c[3], qAlpha(d)));
     }
 
     struct Zone {
@@ -276,35 +264,6 @@ private:
         float c[4];
         if (edgePixel(px, py, t, static_cast<float>(radial), c, hint))
             blend(row[x], c);
-    }
-
-    bool preparePieces(const Ring& ring) {
-        m_pieces.clear();
-        for (const RingRun& run : ring.runs) {
-            float in[4], out[4];
-            unpack(run.atInner, in);
-            unpack(run.atReach, out);
-            const int n = std::max(1, static_cast<int>(std::ceil((run.end - run.start) / kMaxPiece)));
-            for (int i = 0; i < n; ++i) {
-                Piece p;
-                p.start = run.start + (run.end - run.start) * i / n;
-                p.end = i + 1 == n ? run.end : run.start + (run.end - run.start) * (i + 1) / n;
-                if (p.end <= p.start)
-                    continue;
-                p.cs = std::cos(p.start);
-                p.ss = std::sin(p.start);
-                p.ce = std::cos(p.end);
-                p.se = std::sin(p.end);
-                for (int k = 0; k < 4; ++k) {
-                    p.inner[k] = in[k];
-                    p.slope[k] = out[k] - in[k];
-                    p.innerQ[k] = static_cast<int>(in[k]) * 256;
-                    p.slopeQ[k] = static_cast<int>(out[k]) - static_cast<int>(in[k]);
-                }
-                m_pieces.push_back(p);
-            }
-        }
-        return !m_pieces.empty();
     }
 
     // Sums the pieces whose edges pass within about a pixel of this one; false when
@@ -363,7 +322,7 @@ private:
         std::size_t k = lo;
         for (std::size_t i = 0; i < n; ++i, k = prev(k)) {
             const Piece& q = m_pieces[k];
-            any |= add(q, px, py, t, sum);
+            any |= addCoverage(q, px, py, t, sum);
             if (q.cs * py - q.ss * px >= 1.0)
                 break;
         }
@@ -371,7 +330,7 @@ private:
         for (std::size_t i = 0; i < n; ++i, k = next(k)) {
             const Piece& q = m_pieces[k];
             if (k != lo)
-                any |= add(q, px, py, t, sum);
+                any |= addCoverage(q, px, py, t, sum);
             if (q.se * px - q.ce * py >= 1.0 || next(k) == lo)
                 break;
         }
@@ -379,17 +338,6 @@ private:
             return false;
         for (int i = 0; i < 4; ++i)
             c[i] = std::min(sum[i], 255.0f) * radial;
-        return true;
-    }
-
-    static bool add(const Piece& q, double px, double py, float t, float sum[4]) {
-        const double cover =
-            clamp01(0.5 + q.cs * py - q.ss * px) + clamp01(0.5 + q.se * px - q.ce * py) - 1;
-        if (cover <= 0)
-            return false;
-        const auto f = static_cast<float>(cover);
-        for (int i = 0; i < 4; ++i)
-            sum[i] += (q.inner[i] + q.slope[i] * t) * f;
         return true;
     }
 

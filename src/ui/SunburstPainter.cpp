@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <mutex>
 
 namespace ringfold {
 
@@ -66,53 +65,6 @@ struct Callout {
     QPointF massPt;
 };
 
-void drawGlow(QPainter& p, QPointF c, double r, double opacity) {
-    QRadialGradient glow(c, r);
-    glow.setColorAt(0, white(opacity));
-    glow.setColorAt(1, white(0));
-    p.setPen(Qt::NoPen);
-    p.setBrush(glow);
-    p.drawEllipse(c, r, r);
-}
-
-// The glow changes only with the view's size and palette, while a gradient fill costs
-// a colour lookup per pixel of the whole disc on every paint; blending a copy made once
-// is several times cheaper. The copy keeps the centre's offset within a device pixel,
-// so it lands on exactly the pixels the gradient would have.
-void paintGlow(QPainter& p, QPointF c, double r, double opacity) {
-    const QTransform t = p.deviceTransform();
-    if (t.type() > QTransform::TxScale || std::abs(t.m11() - t.m22()) > 1e-9 || t.m11() <= 0) {
-        drawGlow(p, c, r, opacity);
-        return;
-    }
-    const QPointF at = t.map(c);
-    const double rd = r * t.m11();
-    const QPoint origin(static_cast<int>(std::floor(at.x() - rd)) - 1,
-                        static_cast<int>(std::floor(at.y() - rd)) - 1);
-    const QPointF inImage = at - QPointF(origin);
-    struct Cached {
-        double radius = -1, opacity = -1;
-        QPointF centre;
-        QImage image;
-    };
-    // One copy for all threads: the picture is drawn on whichever pool thread is free.
-    static std::mutex lock;
-    static Cached cache;
-    const std::lock_guard hold(lock);
-    if (cache.radius != rd || cache.opacity != opacity || cache.centre != inImage) {
-        const int side = static_cast<int>(std::ceil(std::max(inImage.x(), inImage.y()) + rd)) + 2;
-        cache = {rd, opacity, inImage, QImage(side, side, QImage::Format_ARGB32_Premultiplied)};
-        cache.image.fill(Qt::transparent);
-        QPainter q(&cache.image);
-        q.setRenderHints(p.renderHints());
-        drawGlow(q, inImage, rd, opacity);
-    }
-    p.save();
-    p.resetTransform();
-    p.drawImage(origin, cache.image);
-    p.restore();
-}
-
 } // namespace
 
 QPointF SunburstPainter::centre() const {
@@ -164,7 +116,7 @@ void SunburstPainter::paintBase(QPainter& p) const {
     const double R = radius();
     const MapStyle& style = m_scene.style;
 
-    paintGlow(p, c, 1.05 * R, style.stageGlowOpacity);
+    mapdraw::paintGlow(p, c, 1.05 * R, style.stageGlowOpacity);
 
     // Segments never overlap, so each layer is drawn for whole runs of them: one fill
     // per run of neighbours of one colour on a ring (its shading composed into the same
@@ -276,6 +228,16 @@ void SunburstPainter::paintOverlay(QPainter& p) const {
     paintCallouts(p);
 }
 
+QString SunburstPainter::fitCalloutName(const SegmentLabel& label, double width, QFont& font) {
+    for (int px : {kCalloutNamePx, kCalloutNamePx - 1, kCalloutNamePx - 2}) {
+        font = mapdraw::font(px, QFont::Medium);
+        if (QFontMetricsF(font).horizontalAdvance(label.name) <= width)
+            return label.name;
+    }
+    return QFontMetricsF(font).elidedText(label.name,
+                                          label.isAggregate ? Qt::ElideRight : Qt::ElideMiddle, width);
+}
+
 QString SunburstPainter::fitHubName(const QString& name, double width, QFont& font) {
     for (int px : {15, 13, 11}) {
         font = mapdraw::font(px, QFont::DemiBold);
@@ -305,9 +267,7 @@ void SunburstPainter::paintHub(QPainter& p) const {
     const double h = m_scene.style.centerHoleRatio * radius();
     if (h < 20)
         return;
-    p.setBrush(m_scene.colors.window);
-    p.setPen(QPen(white(m_scene.style.hubRimOpacity), 1.75));
-    p.drawEllipse(c, h, h);
+    mapdraw::paintHubDisc(p, c, h, m_scene.colors.window, white(m_scene.style.hubRimOpacity));
 
     const double D = 2 * h;
     if (D < 48 || !m_scene.focused)
@@ -392,10 +352,11 @@ void SunburstPainter::paintCallouts(QPainter& p) const {
 
             const Qt::Alignment align = (onRight ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter;
             const double x = onRight ? textEdge : textEdge - room;
-            p.setFont(nameFont);
+            QFont fitted;
+            const QString name = fitCalloutName(e.label, room, fitted);
+            p.setFont(fitted);
             p.setPen(m_scene.colors.label);
-            p.drawText(QRectF(x, nameTop, room, hn), align,
-                       nameFm.elidedText(e.label.name, Qt::ElideMiddle, room));
+            p.drawText(QRectF(x, nameTop, room, hn), align, name);
             if (e.label.size) {
                 p.setFont(sizeFont);
                 p.setPen(m_scene.colors.secondary);

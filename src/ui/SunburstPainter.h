@@ -34,6 +34,11 @@ public:
     static QPainterPath sectorPath(QPointF centre, const MapSegment& segment);
     static void addSector(QPainterPath& path, QPointF centre, const MapSegment& segment);
 
+    /// A callout's name as it fits in `width` pixels: the callout font, else a pixel
+    /// or two smaller, else cut at 11 pixels (file names in the middle, keeping their
+    /// extension; the map's own labels at the end). Returns the font used.
+    static QString fitCalloutName(const SegmentLabel& label, double width, QFont& font);
+
     /// The name as the hub shows it in `width` pixels: the largest of 15, 13 and 11
     /// pixels that fits, else cut in the middle at 11 pixels. Returns the font used.
     static QString fitHubName(const QString& name, double width, QFont& font);

@@ -7,6 +7,9 @@
 #include "support/MemoryTree.h"
 #include "ui/ChartView.h"
 #include "ui/MapInfoCard.h"
+#include "ui/SunburstPainter.h"
+
+#include <QFontMetricsF>
 
 #include <QSettings>
 #include <QSignalSpy>
@@ -226,6 +229,27 @@ private slots:
         f.model.setVisualizationMode(VisualizationMode::treemap);
         f.view.segments();
         QCOMPARE(f.view.layoutCount(), initial + 3);
+    }
+
+    // A narrow callout column shrinks the font before it cuts; cut names keep what
+    // tells them apart (a file's extension, the start of the map's own labels).
+    void calloutNamesShrinkBeforeTheyAreCut() {
+        const SegmentLabel smaller{QStringLiteral("Smaller objects"), std::nullopt, true};
+        const SegmentLabel file{QStringLiteral("holiday-photos-archive-2019.tar.gz"), {}, false};
+        QFont font;
+        QCOMPARE(SunburstPainter::fitCalloutName(smaller, 500, font), smaller.name);
+        QCOMPARE(font.pixelSize(), 13);
+        const double at11 = QFontMetricsF(mapdraw::font(11, QFont::Medium))
+                                .horizontalAdvance(smaller.name);
+        QCOMPARE(SunburstPainter::fitCalloutName(smaller, at11 + 0.5, font), smaller.name);
+        QVERIFY(font.pixelSize() < 13);
+        const QString cutLabel = SunburstPainter::fitCalloutName(smaller, at11 * 0.6, font);
+        QVERIFY2(cutLabel.startsWith(QStringLiteral("Small")) && cutLabel.endsWith(QChar(0x2026)),
+                 qPrintable(cutLabel));
+        const QString cutFile = SunburstPainter::fitCalloutName(file, 80, font);
+        QVERIFY2(cutFile.contains(QChar(0x2026)) && cutFile.endsWith(QStringLiteral(".gz")),
+                 qPrintable(cutFile));
+        QVERIFY(QFontMetricsF(font).horizontalAdvance(cutFile) <= 80);
     }
 
     void zeroWidthViewComputesNoLayoutUntilItGrows() {
