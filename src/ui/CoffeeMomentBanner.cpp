@@ -3,13 +3,13 @@
 #include "app/window/Endpoints.h"
 #include "app/window/MainWindowModel.h"
 #include "core/model/ByteFormat.h"
+#include "ui/MaterialCard.h"
 #include "ui/Symbols.h"
 
 #include <QDesktopServices>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
-#include <QPainterPath>
 #include <QPushButton>
 #include <QToolButton>
 
@@ -59,19 +59,9 @@ void CoffeeMomentBanner::refresh() {
                 .arg(QString::fromStdString(formatFileStyle(*bytes))));
 }
 
-// A rounded card in the base colour, nearly opaque, with a faint border.
 void CoffeeMomentBanner::paintEvent(QPaintEvent*) {
     QPainter p(this);
-    p.setRenderHint(QPainter::Antialiasing);
-    QColor fill = palette().color(QPalette::Base);
-    fill.setAlphaF(0.92f);
-    QColor border = palette().color(QPalette::Mid);
-    border.setAlphaF(0.5f);
-    QPainterPath path;
-    path.addRoundedRect(QRectF(rect()).adjusted(4.5, 4.5, -4.5, -4.5), 10, 10);
-    p.fillPath(path, fill);
-    p.setPen(border);
-    p.drawPath(path);
+    paintMaterialCard(p, QRectF(rect()).adjusted(4, 4, -4, -4), palette(), 10);
 }
 
 } // namespace ringfold

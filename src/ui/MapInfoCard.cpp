@@ -3,6 +3,7 @@
 #include "core/model/DisplayGrouping.h"
 #include "core/model/FileNode.h"
 #include "ui/MapScene.h"
+#include "ui/MaterialCard.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
@@ -152,15 +153,7 @@ void MapInfoCard::showHiddenItems(const FileNode& folder) {
 
 void MapInfoCard::paintEvent(QPaintEvent*) {
     QPainter p(this);
-    p.setRenderHint(QPainter::Antialiasing);
-    QColor fill = palette().color(QPalette::Base);
-    fill.setAlphaF(0.92f);
-    QColor border = palette().color(QPalette::WindowText);
-    border.setAlphaF(0.12f);
-    p.setPen(QPen(border, 1.0));
-    p.setBrush(fill);
-    p.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), kCornerRadius,
-                      kCornerRadius);
+    paintMaterialCard(p, QRectF(rect()), palette(), kCornerRadius);
 }
 
 // The card is an island: a click on it neither selects nor closes anything below.

@@ -1,8 +1,10 @@
 #include "ui/ScanOverlay.h"
 
+
 #include "app/coordination/AppState.h"
 #include "app/coordination/ScanCoordinator.h"
 #include "app/window/MainWindowModel.h"
+#include "ui/MaterialCard.h"
 #include "ui/ScanPulseView.h"
 #include "ui/ScanQuoteView.h"
 #include "ui/SourceText.h"
@@ -124,16 +126,7 @@ void ScanOverlay::paintEvent(QPaintEvent*) {
     QColor veil = pal.color(QPalette::Window);
     veil.setAlphaF(0.94);
     p.fillRect(rect(), veil);
-    const QRectF card = QRectF(m_card->geometry()).adjusted(0.5, 0.5, -0.5, -0.5);
-    QPainterPath path;
-    path.addRoundedRect(card, 16, 16);
-    QColor fill = pal.color(QPalette::Base);
-    fill.setAlphaF(0.92);
-    p.fillPath(path, fill);
-    QColor border = pal.color(QPalette::WindowText);
-    border.setAlphaF(0.1);
-    p.setPen(QPen(border, 1));
-    p.drawPath(path);
+    paintMaterialCard(p, QRectF(m_card->geometry()), pal, 16);
 }
 
 } // namespace ringfold
