@@ -2,6 +2,8 @@
 
 #include "cli/JunkReport.h"
 #include "cli/Report.h"
+#include "core/io/NcduExport.h"
+#include "core/io/NcduImport.h"
 #include "core/model/ByteFormat.h"
 #include "core/scan/ScanEngine.h"
 
@@ -36,9 +38,14 @@ extern "C" void onStopSignal(int signal) {
 
 const char* kUsage =
     "Usage: ringfold-scan [options] PATH\n"
-    "Scans the folder PATH and shows where its space goes.\n"
+    "       ringfold-scan [options] -f FILE\n"
+    "Scans the folder PATH (or reads a saved scan) and shows where its space goes.\n"
     "\n"
     "Options:\n"
+    "  -o FILE                   save the scan to FILE in the ncdu JSON export format\n"
+    "                            (\"-\" for standard output, which then holds only it)\n"
+    "  -f FILE                   read a saved scan (from ringfold-scan, ncdu or gdu -o)\n"
+    "                            instead of scanning; \"-\" reads standard input\n"
     "  --format=text|json        report format (default text)\n"
     "  --top N                   how many of the largest items to list (default 10)\n"
     "  --backend=bulk|enumeration  scanner back-end (default bulk)\n"
@@ -57,6 +64,8 @@ struct Options {
     int threads = 0;
     std::optional<bool> progress;
     bool junk = false;
+    std::string exportTo; // -o
+    std::string importFrom; // -f
 };
 
 int fail(const std::string& message) {
@@ -121,13 +130,20 @@ std::optional<std::string> parse(int argc, char** argv, Options& o, bool& help) 
             o.progress = false;
         } else if (a == "--junk") {
             o.junk = true;
-        } else if (a == "--format" || a == "--top" || a == "--backend" || a == "--threads") {
+        } else if ((a == "-o" || a == "-f") && i + 1 < argc) {
+            (a == "-o" ? o.exportTo : o.importFrom) = argv[++i];
+            if (argv[i][0] == '\0')
+                return a + " needs a file name";
+        } else if (a == "--format" || a == "--top" || a == "--backend" || a == "--threads" ||
+                   a == "-o" || a == "-f") {
             return a + " needs a value";
         } else {
             return "unknown option '" + a + "' (see --help)";
         }
     }
-    if (!help && o.path.empty())
+    if (!o.importFrom.empty() && !o.path.empty())
+        return "give either PATH or -f FILE, not both";
+    if (!help && o.path.empty() && o.importFrom.empty())
         return "no PATH given (see --help)";
     return std::nullopt;
 }
@@ -147,6 +163,70 @@ void drawProgress(const ScanProgress& p, double seconds) {
 
 } // namespace
 
+namespace {
+
+// Reads a saved scan; an error message on failure.
+std::optional<std::string> load(const std::string& file, std::optional<ScanResult>& result,
+                                ScanCounts& counts) {
+    std::FILE* in = file == "-" ? stdin : std::fopen(file.c_str(), "rb");
+    if (!in)
+        return "cannot read '" + file + "': " + std::strerror(errno);
+    NcduImport r = NcduImport::read(in);
+    if (in != stdin)
+        std::fclose(in);
+    if (!r.result)
+        return (file == "-" ? std::string("standard input") : "'" + file + "'") + ": byte " +
+               std::to_string(r.errorOffset) + ": " + r.error;
+    result = std::move(r.result);
+    counts = r.counts;
+    return std::nullopt;
+}
+
+std::optional<std::string> save(const std::string& file, const FileNode& root) {
+    std::FILE* out = file == "-" ? stdout : std::fopen(file.c_str(), "wb");
+    if (!out)
+        return "cannot write '" + file + "': " + std::strerror(errno);
+    NcduExportInfo info;
+    info.progver = RINGFOLD_VERSION;
+    info.timestamp = static_cast<Timestamp>(std::time(nullptr));
+    bool ok = writeNcduExport(root, out, info);
+    const int err = errno;
+    if (out != stdout)
+        ok = std::fclose(out) == 0 && ok;
+    if (!ok)
+        return "cannot write '" + file + "': " + std::strerror(err ? err : errno);
+    return std::nullopt;
+}
+
+int report(const Options& o, const ScanResult& result, const ScanCounts& counts,
+           double seconds) {
+    if (!o.exportTo.empty()) {
+        if (auto err = save(o.exportTo, *result.root))
+            return fail(*err);
+        if (o.exportTo == "-")
+            return 0;
+    }
+    ReportData d;
+    d.path = result.root->url();
+    d.result = &result;
+    d.seconds = seconds;
+    d.top = o.top;
+    d.counts = counts;
+    std::vector<JunkItem> junk;
+    if (o.junk) {
+        junk = findJunk(*result.root, JunkPlaces::fromEnvironment(),
+                        static_cast<Timestamp>(std::time(nullptr)));
+        d.junk = &junk;
+    }
+    std::string out = o.json ? jsonReport(d) : textReport(d);
+    if (o.junk && !o.json)
+        out += junkTextReport(junk);
+    std::fwrite(out.data(), 1, out.size(), stdout);
+    return std::fflush(stdout) == 0 ? 0 : 1;
+}
+
+} // namespace
+
 int runScanCommand(int argc, char** argv) {
     Options o;
     bool help = false;
@@ -155,6 +235,16 @@ int runScanCommand(int argc, char** argv) {
     if (help) {
         std::fputs(kUsage, stdout);
         return 0;
+    }
+    if (!o.importFrom.empty()) {
+        const auto start = std::chrono::steady_clock::now();
+        std::optional<ScanResult> loaded;
+        ScanCounts counts;
+        if (auto err = load(o.importFrom, loaded, counts))
+            return fail(*err);
+        return report(o, *loaded, counts,
+                      std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
+                          .count());
     }
     struct stat st {};
     if (::stat(o.path.c_str(), &st) != 0)
@@ -237,23 +327,7 @@ int runScanCommand(int argc, char** argv) {
         return 1;
     }
 
-    ReportData d;
-    d.path = result->root->url();
-    d.result = &*result;
-    d.seconds = seconds;
-    d.top = o.top;
-    d.counts = engine.lastCounts();
-    std::vector<JunkItem> junk;
-    if (o.junk) {
-        junk = findJunk(*result->root, JunkPlaces::fromEnvironment(),
-                        static_cast<Timestamp>(std::time(nullptr)));
-        d.junk = &junk;
-    }
-    std::string out = o.json ? jsonReport(d) : textReport(d);
-    if (o.junk && !o.json)
-        out += junkTextReport(junk);
-    std::fwrite(out.data(), 1, out.size(), stdout);
-    return std::fflush(stdout) == 0 ? 0 : 1;
+    return report(o, *result, engine.lastCounts(), seconds);
 }
 
 } // namespace ringfold::cli
