@@ -2,8 +2,7 @@
 
 #include "cli/JunkReport.h"
 #include "cli/Report.h"
-#include "core/io/NcduExport.h"
-#include "core/io/NcduImport.h"
+#include "cli/SavedScanFile.h"
 #include "core/model/ByteFormat.h"
 #include "core/scan/ScanEngine.h"
 
@@ -165,45 +164,12 @@ void drawProgress(const ScanProgress& p, double seconds) {
 
 namespace {
 
-// Reads a saved scan; an error message on failure.
-std::optional<std::string> load(const std::string& file, std::optional<ScanResult>& result,
-                                ScanCounts& counts) {
-    std::FILE* in = file == "-" ? stdin : std::fopen(file.c_str(), "rb");
-    if (!in)
-        return "cannot read '" + file + "': " + std::strerror(errno);
-    NcduImport r = NcduImport::read(in);
-    if (in != stdin)
-        std::fclose(in);
-    if (!r.result)
-        return (file == "-" ? std::string("standard input") : "'" + file + "'") + ": byte " +
-               std::to_string(r.errorOffset) + ": " + r.error;
-    result = std::move(r.result);
-    counts = r.counts;
-    return std::nullopt;
-}
-
-std::optional<std::string> save(const std::string& file, const FileNode& root) {
-    std::FILE* out = file == "-" ? stdout : std::fopen(file.c_str(), "wb");
-    if (!out)
-        return "cannot write '" + file + "': " + std::strerror(errno);
-    NcduExportInfo info;
-    info.progver = RINGFOLD_VERSION;
-    info.timestamp = static_cast<Timestamp>(std::time(nullptr));
-    bool ok = writeNcduExport(root, out, info);
-    const int err = errno;
-    if (out != stdout)
-        ok = std::fclose(out) == 0 && ok;
-    if (!ok)
-        return "cannot write '" + file + "': " + std::strerror(err ? err : errno);
-    return std::nullopt;
-}
-
-int report(const Options& o, const ScanResult& result, const ScanCounts& counts,
-           double seconds) {
-    if (!o.exportTo.empty()) {
-        if (auto err = save(o.exportTo, *result.root))
+int report(const Options& o, ExportFile& exportFile, const ScanResult& result,
+           const ScanCounts& counts, double seconds) {
+    if (exportFile.isOpen()) {
+        if (auto err = exportFile.write(*result.root))
             return fail(*err);
-        if (o.exportTo == "-")
+        if (exportFile.toStandardOutput())
             return 0;
     }
     ReportData d;
@@ -236,13 +202,17 @@ int runScanCommand(int argc, char** argv) {
         std::fputs(kUsage, stdout);
         return 0;
     }
+    ExportFile exportFile;
+    if (!o.exportTo.empty())
+        if (auto err = exportFile.open(o.exportTo))
+            return fail(*err);
     if (!o.importFrom.empty()) {
         const auto start = std::chrono::steady_clock::now();
         std::optional<ScanResult> loaded;
         ScanCounts counts;
-        if (auto err = load(o.importFrom, loaded, counts))
+        if (auto err = loadSavedScan(o.importFrom, loaded, counts))
             return fail(*err);
-        return report(o, *loaded, counts,
+        return report(o, exportFile, *loaded, counts,
                       std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
                           .count());
     }
@@ -327,7 +297,7 @@ int runScanCommand(int argc, char** argv) {
         return 1;
     }
 
-    return report(o, *result, engine.lastCounts(), seconds);
+    return report(o, exportFile, *result, engine.lastCounts(), seconds);
 }
 
 } // namespace ringfold::cli

@@ -8,7 +8,9 @@
 #include <rapidjson/filereadstream.h>
 #include <rapidjson/reader.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
@@ -389,6 +391,11 @@ NcduImport NcduImport::read(std::FILE* in) {
         out.errorOffset = stream.Tell();
         return out;
     }
+    if (std::ferror(in)) {
+        out.error = std::string("cannot read: ") + std::strerror(errno);
+        out.errorOffset = stream.Tell();
+        return out;
+    }
     if (reader.HasParseError() || !builder->done()) {
         out.error = !builder->error.empty() ? builder->error
                     : reader.HasParseError()
@@ -397,11 +404,6 @@ NcduImport NcduImport::read(std::FILE* in) {
         out.errorOffset = reader.HasParseError() ? reader.GetErrorOffset() : stream.Tell();
         if (!out.error.empty() && out.error.back() == '.')
             out.error.pop_back();
-        return out;
-    }
-    if (std::ferror(in)) {
-        out.error = "reading failed";
-        out.errorOffset = stream.Tell();
         return out;
     }
     FileNode* root = builder->root;
