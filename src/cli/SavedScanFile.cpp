@@ -12,8 +12,8 @@
 
 namespace ringfold::cli {
 
-std::optional<std::string> loadSavedScan(const std::string& file,
-                                         std::optional<ScanResult>& result, ScanCounts& counts) {
+std::optional<std::string> loadSavedScan(const std::string& file, std::optional<ScanResult>& result,
+                                         ScanCounts& counts) {
     std::FILE* in = file == "-" ? stdin : std::fopen(file.c_str(), "rb");
     if (!in)
         return "cannot read '" + file + "': " + std::strerror(errno);

@@ -13,8 +13,8 @@ namespace ringfold::cli {
 
 /// Reads the saved scan in `file` ("-": standard input). Returns an error message
 /// naming the file and the byte where reading stopped, or nothing on success.
-std::optional<std::string> loadSavedScan(const std::string& file,
-                                         std::optional<ScanResult>& result, ScanCounts& counts);
+std::optional<std::string> loadSavedScan(const std::string& file, std::optional<ScanResult>& result,
+                                         ScanCounts& counts);
 
 /// Where -o writes: a temporary file beside the target, renamed over it once the whole
 /// export is written ("-": standard output, written directly). Opened before a scan so

@@ -63,7 +63,7 @@ struct Options {
     int threads = 0;
     std::optional<bool> progress;
     bool junk = false;
-    std::string exportTo; // -o
+    std::string exportTo;   // -o
     std::string importFrom; // -f
 };
 
@@ -212,9 +212,9 @@ int runScanCommand(int argc, char** argv) {
         ScanCounts counts;
         if (auto err = loadSavedScan(o.importFrom, loaded, counts))
             return fail(*err);
-        return report(o, exportFile, *loaded, counts,
-                      std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
-                          .count());
+        return report(
+            o, exportFile, *loaded, counts,
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
     }
     struct stat st {};
     if (::stat(o.path.c_str(), &st) != 0)

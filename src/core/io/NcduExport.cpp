@@ -26,23 +26,18 @@ public:
     void string(std::string_view s) {
         static const char kHex[] = "0123456789abcdef";
         m_buf += '"';
+        // The escapes JSON names, then \u00XX for the other control characters.
+        static constexpr std::string_view kNamed = "\"\\\n\r\t\b\f", kLetters = "\"\\nrtbf";
         for (unsigned char c : s) {
-            switch (c) {
-            case '"': m_buf += "\\\""; break;
-            case '\\': m_buf += "\\\\"; break;
-            case '\n': m_buf += "\\n"; break;
-            case '\r': m_buf += "\\r"; break;
-            case '\t': m_buf += "\\t"; break;
-            case '\b': m_buf += "\\b"; break;
-            case '\f': m_buf += "\\f"; break;
-            default:
-                if (c < 0x20 || c == 0x7f) {
-                    m_buf += "\\u00";
-                    m_buf += kHex[c >> 4];
-                    m_buf += kHex[c & 15];
-                } else {
-                    m_buf += static_cast<char>(c);
-                }
+            if (c >= 0x20 && c != '"' && c != '\\' && c != 0x7f) {
+                m_buf += static_cast<char>(c);
+            } else if (const auto k = kNamed.find(static_cast<char>(c)); k != kNamed.npos) {
+                m_buf += '\\';
+                m_buf += kLetters[k];
+            } else {
+                m_buf += "\\u00";
+                m_buf += kHex[c >> 4];
+                m_buf += kHex[c & 15];
             }
         }
         m_buf += '"';
@@ -60,7 +55,8 @@ private:
             flush();
     }
     void flush() {
-        if (m_ok && !m_buf.empty() && std::fwrite(m_buf.data(), 1, m_buf.size(), m_file) != m_buf.size())
+        if (m_ok && !m_buf.empty() &&
+            std::fwrite(m_buf.data(), 1, m_buf.size(), m_file) != m_buf.size())
             m_ok = false;
         m_buf.clear();
     }

@@ -39,7 +39,8 @@ std::string treeDifference(const FileNode* a, const FileNode* b) {
             x->modificationDate() != y->modificationDate())
             return "differs at " + std::string(x->name());
         const FileNode *cx = x->firstChild(), *cy = y->firstChild();
-        for (; cx || cy; cx = cx ? cx->nextSibling() : nullptr, cy = cy ? cy->nextSibling() : nullptr)
+        for (; cx || cy;
+             cx = cx ? cx->nextSibling() : nullptr, cy = cy ? cy->nextSibling() : nullptr)
             stack.emplace_back(cx, cy);
     }
     return "";
@@ -72,7 +73,8 @@ TEST(SavedScan, RoundTripKeepsTheTreeByteForByte) {
                 return back.error;
             const FileNode* r = back.result->root.get();
             std::string failed = treeDifference(s.root(), r);
-            if (!at(r, "locked")->isRestricted() || back.result->accounting.restrictedPathCount != 1)
+            if (!at(r, "locked")->isRestricted() ||
+                back.result->accounting.restrictedPathCount != 1)
                 failed += " lost the restricted mark";
             if (back.counts.items != s.items || back.counts.sharedStreams != 1)
                 failed += " counts " + std::to_string(back.counts.items);
@@ -133,19 +135,19 @@ TEST(SavedScan, MalformedInputIsRefusedWithItsOffset) {
     };
     const std::vector<Case> cases = {
         {"", 0},
-        {head + R"({"name":"f","asize":1)", head.size() + 21},            // truncated
-        {R"([2,0,{},[{"name":"/r"}]])", 1},                                 // version
-        {std::string(1000000, '['), 1},                                     // deep arrays
-        {R"([1,2,{"x":)" + std::string(100, '[') + "]]", 73},               // deep metadata
+        {head + R"({"name":"f","asize":1)", head.size() + 21}, // truncated
+        {R"([2,0,{},[{"name":"/r"}]])", 1},                    // version
+        {std::string(1000000, '['), 1},                        // deep arrays
+        {R"([1,2,{"x":)" + std::string(100, '[') + "]]", 73},  // deep metadata
         {head + R"({"name":"f","asize":99999999999999999999}]])", head.size() + 20},
         {head + R"({"name":"f","dsize":9223372036854775808}]])", head.size() + 20},
         {head + R"({"name":"f","asize":-1}]])", head.size() + 20},
-        {head + R"({"name":"f\x"}]])", head.size() + 10},                   // bad escape
+        {head + R"({"name":"f\x"}]])", head.size() + 10},                  // bad escape
         {head + R"({"name":"\ud800"}]])", head.size() + 9},                // lone surrogate
-        {head + R"({"name":"a/b"}]])", head.size() + 13},                   // not a file name
-        {head + R"({"asize":1}]])", head.size() + 10},                      // no name
-        {head + R"({"name":"f"}]] x)", head.size() + 15},                                   // trailing data
-        {head + "{\"name\":\"" + std::string(70 << 20, 'n') + "\"}]]", 0},  // huge name
+        {head + R"({"name":"a/b"}]])", head.size() + 13},                  // not a file name
+        {head + R"({"asize":1}]])", head.size() + 10},                     // no name
+        {head + R"({"name":"f"}]] x)", head.size() + 15},                  // trailing data
+        {head + "{\"name\":\"" + std::string(70 << 20, 'n') + "\"}]]", 0}, // huge name
     };
     for (const Case& c : cases) {
         NcduImport r = importText(c.text);
