@@ -2,6 +2,7 @@
 
 #include "cli/JunkReport.h"
 #include "cli/Report.h"
+#include "cli/SavedScanFile.h"
 #include "core/model/ByteFormat.h"
 #include "core/scan/ScanEngine.h"
 
@@ -36,9 +37,14 @@ extern "C" void onStopSignal(int signal) {
 
 const char* kUsage =
     "Usage: ringfold-scan [options] PATH\n"
-    "Scans the folder PATH and shows where its space goes.\n"
+    "       ringfold-scan [options] -f FILE\n"
+    "Scans the folder PATH (or reads a saved scan) and shows where its space goes.\n"
     "\n"
     "Options:\n"
+    "  -o FILE                   save the scan to FILE in the ncdu JSON export format\n"
+    "                            (\"-\" for standard output, which then holds only it)\n"
+    "  -f FILE                   read a saved scan (from ringfold-scan, ncdu or gdu -o)\n"
+    "                            instead of scanning; \"-\" reads standard input\n"
     "  --format=text|json        report format (default text)\n"
     "  --top N                   how many of the largest items to list (default 10)\n"
     "  --backend=bulk|enumeration  scanner back-end (default bulk)\n"
@@ -57,6 +63,8 @@ struct Options {
     int threads = 0;
     std::optional<bool> progress;
     bool junk = false;
+    std::string exportTo;   // -o
+    std::string importFrom; // -f
 };
 
 int fail(const std::string& message) {
@@ -121,13 +129,20 @@ std::optional<std::string> parse(int argc, char** argv, Options& o, bool& help) 
             o.progress = false;
         } else if (a == "--junk") {
             o.junk = true;
-        } else if (a == "--format" || a == "--top" || a == "--backend" || a == "--threads") {
+        } else if ((a == "-o" || a == "-f") && i + 1 < argc) {
+            (a == "-o" ? o.exportTo : o.importFrom) = argv[++i];
+            if (argv[i][0] == '\0')
+                return a + " needs a file name";
+        } else if (a == "--format" || a == "--top" || a == "--backend" || a == "--threads" ||
+                   a == "-o" || a == "-f") {
             return a + " needs a value";
         } else {
             return "unknown option '" + a + "' (see --help)";
         }
     }
-    if (!help && o.path.empty())
+    if (!o.importFrom.empty() && !o.path.empty())
+        return "give either PATH or -f FILE, not both";
+    if (!help && o.path.empty() && o.importFrom.empty())
         return "no PATH given (see --help)";
     return std::nullopt;
 }
@@ -147,6 +162,37 @@ void drawProgress(const ScanProgress& p, double seconds) {
 
 } // namespace
 
+namespace {
+
+int report(const Options& o, ExportFile& exportFile, const ScanResult& result,
+           const ScanCounts& counts, double seconds) {
+    if (exportFile.isOpen()) {
+        if (auto err = exportFile.write(*result.root))
+            return fail(*err);
+        if (exportFile.toStandardOutput())
+            return 0;
+    }
+    ReportData d;
+    d.path = result.root->url();
+    d.result = &result;
+    d.seconds = seconds;
+    d.top = o.top;
+    d.counts = counts;
+    std::vector<JunkItem> junk;
+    if (o.junk) {
+        junk = findJunk(*result.root, JunkPlaces::fromEnvironment(),
+                        static_cast<Timestamp>(std::time(nullptr)));
+        d.junk = &junk;
+    }
+    std::string out = o.json ? jsonReport(d) : textReport(d);
+    if (o.junk && !o.json)
+        out += junkTextReport(junk);
+    std::fwrite(out.data(), 1, out.size(), stdout);
+    return std::fflush(stdout) == 0 ? 0 : 1;
+}
+
+} // namespace
+
 int runScanCommand(int argc, char** argv) {
     Options o;
     bool help = false;
@@ -155,6 +201,20 @@ int runScanCommand(int argc, char** argv) {
     if (help) {
         std::fputs(kUsage, stdout);
         return 0;
+    }
+    ExportFile exportFile;
+    if (!o.exportTo.empty())
+        if (auto err = exportFile.open(o.exportTo))
+            return fail(*err);
+    if (!o.importFrom.empty()) {
+        const auto start = std::chrono::steady_clock::now();
+        std::optional<ScanResult> loaded;
+        ScanCounts counts;
+        if (auto err = loadSavedScan(o.importFrom, loaded, counts))
+            return fail(*err);
+        return report(
+            o, exportFile, *loaded, counts,
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
     }
     struct stat st {};
     if (::stat(o.path.c_str(), &st) != 0)
@@ -237,23 +297,7 @@ int runScanCommand(int argc, char** argv) {
         return 1;
     }
 
-    ReportData d;
-    d.path = result->root->url();
-    d.result = &*result;
-    d.seconds = seconds;
-    d.top = o.top;
-    d.counts = engine.lastCounts();
-    std::vector<JunkItem> junk;
-    if (o.junk) {
-        junk = findJunk(*result->root, JunkPlaces::fromEnvironment(),
-                        static_cast<Timestamp>(std::time(nullptr)));
-        d.junk = &junk;
-    }
-    std::string out = o.json ? jsonReport(d) : textReport(d);
-    if (o.junk && !o.json)
-        out += junkTextReport(junk);
-    std::fwrite(out.data(), 1, out.size(), stdout);
-    return std::fflush(stdout) == 0 ? 0 : 1;
+    return report(o, exportFile, *result, engine.lastCounts(), seconds);
 }
 
 } // namespace ringfold::cli

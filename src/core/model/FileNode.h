@@ -68,6 +68,10 @@ public:
     void setRestricted(bool v) { setFlag(kRestricted, v); }
     bool sharesStorage() const { return m_flags & kShares; }
     void setSharesStorage(bool v) { setFlag(kShares, v); }
+    /// A folder the scan did not enter: another file system, or a pseudo file system
+    /// under "/". Its sizes say nothing about what it holds.
+    bool isExcluded() const { return m_flags & kExcluded; }
+    void setExcluded(bool v) { setFlag(kExcluded, v); }
 
     /// Content modification date in seconds since 1970; absent when unknown. Dates are
     /// kept to the second within 1970-2106; earlier ones read as 1970.
@@ -146,6 +150,7 @@ private:
     static constexpr std::uint32_t kRestricted = 1u << 4;
     static constexpr std::uint32_t kShares = 1u << 5;
     static constexpr std::uint32_t kHasDate = 1u << 6;
+    static constexpr std::uint32_t kExcluded = 1u << 7;
 
     void setFlag(std::uint32_t bit, bool v) { m_flags = v ? (m_flags | bit) : (m_flags & ~bit); }
 

@@ -441,6 +441,7 @@ Next ScanRun::statStretch(Listing& l, std::uint32_t index) {
                 (rootDevice && e.deviceID != *rootDevice);
             r.skipped += skip;
             l.kinds[position] = skip ? leaf : subfolder;
+            node->setExcluded(skip);
             continue;
         }
         if (e.allocatedSizeEstimated && e.allocatedSize >= 1) {

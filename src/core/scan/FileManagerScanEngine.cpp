@@ -197,6 +197,7 @@ std::optional<ScanResult> FileManagerScanEngine::scan(const std::string& url, st
                 init.logicalSize = st.st_size;
                 init.allocatedSize = static_cast<std::int64_t>(st.st_blocks) * 512;
                 Tree::setAttributes(child, init);
+                child->setExcluded(init.isDirectory);
                 top.logical = addBytes(top.logical, init.logicalSize);
                 top.allocated = addBytes(top.allocated, init.allocatedSize);
                 ++top.ownItems;
