@@ -6,6 +6,7 @@
 #include "app/AppTestSupport.h"
 #include "app/window/UpdateChecker.h"
 #include "support/FixtureTree.h"
+#include "support/MemoryTree.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -84,10 +85,15 @@ private slots:
         // changes, and leaves the settings as they are.
         app->sidebar().addFavorite(m_fx.root());
         const auto favorites = app->sidebar().favorites().size();
+        test::MemoryTree tree;
+        app->chart().setRoot(tree.rootPtr(), std::nullopt, false);
+        app->cleanupList().add(tree.rootPtr()->shared());
         for (bool confirm : {false, true}) {
             view.setResetConfirmation([confirm](QWidget*) { return confirm; });
             view.resetButton()->click();
             QCOMPARE(app->sidebar().favorites().size() == favorites, !confirm);
+            QCOMPARE(app->cleanupList().isEmpty(), confirm);
+            QCOMPARE(app->chart().rootNode() == nullptr, confirm); // back to the gallery
         }
         QCOMPARE(st.biggestFilesLimit(), 500);
         QCOMPARE(st.appearanceMode(), AppearanceMode::light);
@@ -97,7 +103,8 @@ private slots:
         QSettings file(QString::fromStdString(m_fx.fullPath("b.conf")), QSettings::IniFormat);
         SettingsStore st(&file);
         for (auto [feed, available, upToDate, failed] :
-             {std::tuple{"{\"version\": \"0.10.0\", \"url\": \"https://example.org/get\"}", 1, 0, 0},
+             {std::tuple{"{\"version\": \"0.10.0\", \"url\": \"https://example.org/get\"}", 1, 0,
+                         0},
               {"{\"version\": \"0.9.1\", \"url\": \"https://example.org/get\"}", 0, 1, 0},
               {"{\"url\": \"https://example.org/get\"}", 0, 0, 1},
               {"not json", 0, 0, 1}}) {
