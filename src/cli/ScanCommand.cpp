@@ -3,6 +3,7 @@
 #include "cli/JunkReport.h"
 #include "cli/Report.h"
 #include "cli/SavedScanFile.h"
+#include "core/io/ExportFile.h"
 #include "core/model/ByteFormat.h"
 #include "core/scan/ScanEngine.h"
 
@@ -17,6 +18,7 @@
 #include <ctime>
 #include <mutex>
 #include <optional>
+#include <poll.h>
 #include <pthread.h>
 #include <string>
 #include <sys/stat.h>
@@ -167,7 +169,10 @@ namespace {
 int report(const Options& o, ExportFile& exportFile, const ScanResult& result,
            const ScanCounts& counts, double seconds) {
     if (exportFile.isOpen()) {
-        if (auto err = exportFile.write(*result.root))
+        NcduExportInfo info;
+        info.progver = RINGFOLD_VERSION;
+        info.timestamp = static_cast<Timestamp>(std::time(nullptr));
+        if (auto err = exportFile.write(*result.root, info))
             return fail(*err);
         if (exportFile.toStandardOutput())
             return 0;
@@ -269,6 +274,15 @@ int runScanCommand(int argc, char** argv) {
     auto elapsed = [&] {
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     };
+    // Scanning into a pipe whose reader has gone (the window that asked for this scan
+    // was closed, or its Cancel could not signal a helper that runs as root): nobody
+    // will read the result, so stop now rather than after an hour's scan.
+    bool readerGone = false;
+    auto pipeReaderGone = [&] {
+        pollfd p{STDOUT_FILENO, 0, 0};
+        return exportFile.toStandardOutput() && ::poll(&p, 1, 0) == 1 &&
+               (p.revents & (POLLERR | POLLHUP)) != 0;
+    };
     for (;;) {
         {
             std::unique_lock lock(doneMutex);
@@ -277,6 +291,10 @@ int runScanCommand(int argc, char** argv) {
         }
         if (g_signal && !stop.stop_requested())
             stop.request_stop();
+        if (!readerGone && pipeReaderGone()) {
+            readerGone = true;
+            stop.request_stop();
+        }
         if (showProgress && !stop.stop_requested())
             drawProgress(progress, elapsed());
     }
@@ -287,6 +305,10 @@ int runScanCommand(int argc, char** argv) {
     if (g_signal) {
         std::fputs("ringfold-scan: interrupted\n", stderr);
         return 128 + g_signal;
+    }
+    if (readerGone) {
+        std::fputs("ringfold-scan: stopped: the output's reader has gone\n", stderr);
+        return 128 + SIGPIPE;
     }
     if (!failure.empty()) {
         std::fprintf(stderr, "ringfold-scan: the scan failed: %s\n", failure.c_str());

@@ -221,7 +221,7 @@ bool CategoriesRowDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view
         const FileNode* node = nodeOf(index);
         QString help;
         if (node && checkBoxRect(option.rect).contains(event->pos()) && !m_cleanup.canAdd(*node))
-            help = panel::lockHelp();
+            help = panel::lockHelp(*node);
         else if (node && cloudBadgeRect(option.rect).contains(event->pos()))
             help = panel::cloudHelp(node->cloudStatus());
         else if (node && sizeRect(option.rect).contains(event->pos()))

@@ -3,6 +3,9 @@
 #include "app/coordination/AppState.h"
 #include "app/coordination/ScanCoordinator.h"
 #include "app/operations/FileManagerReveal.h"
+#include "app/window/InstallLocation.h"
+#include "app/window/SavedScans.h"
+#include "core/model/Tree.h"
 #include "app/window/MainWindowModel.h"
 #include "ui/BreadcrumbView.h"
 #include "ui/ChartView.h"
@@ -13,6 +16,7 @@
 #include "ui/PanelStack.h"
 #include "ui/PreviewPane.h"
 #include "ui/QuickPreview.h"
+#include "ui/SavedScanCommands.h"
 #include "ui/ScanOverlay.h"
 #include "ui/SettingsView.h"
 #include "ui/SheetPresenter.h"
@@ -71,6 +75,7 @@ MainWindow::MainWindow(MainWindowModel& model, QWidget* parent)
     setUnifiedTitleAndToolBarOnMac(true);
 
     buildActions();
+    m_savedScanCommands = new SavedScanCommands(m_model, *this);
     buildCentral();
     buildToolBar();
     buildMenus();
@@ -250,6 +255,9 @@ void MainWindow::buildToolBar() {
 void MainWindow::buildMenus() {
     QMenu* file = menuBar()->addMenu(tr("&File"));
     file->addAction(m_addFavorite);
+    file->addAction(m_savedScanCommands->openAction());
+    file->addAction(m_savedScanCommands->saveAction());
+    file->addSeparator();
     file->addAction(m_showInFileManager);
     file->addAction(findChild<QAction*>(QStringLiteral("getInfo")));
     file->addAction(findChild<QAction*>(QStringLiteral("moveToTrash")));
@@ -285,6 +293,10 @@ void MainWindow::buildCentral() {
     actions.rescan = [this](const Uuid& id) { m_model.coordinator().rescan(id); };
     actions.scanStartupJunk = [this] { m_model.scanStartupDiskForJunk(); };
     actions.reveal = [this](const std::string& path) { m_reveal->reveal(decoded(path)); };
+    actions.openScanFile = [this] { m_savedScanCommands->chooseFileToOpen(); };
+    actions.scanAsAdministrator = [this](const Uuid& id) {
+        m_model.savedScans().scanAsAdministrator(id);
+    };
     m_sidebar = new SidebarView(app.sidebar(), std::move(actions));
     m_sidebar->setMinimumWidth(200);
     m_sidebar->setMaximumWidth(380);
@@ -402,7 +414,13 @@ void MainWindow::updateCommands() {
     m_goUp->setEnabled(hasMap && !atRoot);
     m_goBack->setEnabled(hasMap && chart.canGoBack());
     m_goForward->setEnabled(hasMap && chart.canGoForward());
-    m_rescan->setEnabled(selected);
+    // A saved scan is a record: nothing to rescan, nothing on this disk to show.
+    const bool record = m_model.showsSavedScan();
+    m_rescan->setEnabled(selected && !record);
+    m_rescan->setToolTip(record ? savedScanReason()
+                                : tr("Rescan the selected source (%1)")
+                                      .arg(m_rescan->shortcut().toString(QKeySequence::NativeText)));
+    m_showInFileManager->setToolTip(record ? savedScanReason() : QString());
     m_freeSpace->setEnabled(hasMap && chart.isVolumeRootedSource());
     {
         const QSignalBlocker block(m_freeSpace);
@@ -410,7 +428,8 @@ void MainWindow::updateCommands() {
     }
     m_sunburst->setChecked(chart.visualizationMode() == VisualizationMode::sunburst);
     m_treemap->setChecked(chart.visualizationMode() == VisualizationMode::treemap);
-    m_showInFileManager->setEnabled(hasMap && (m_model.selectedNode() || chart.focusedNode()));
+    m_showInFileManager->setEnabled(hasMap && !record &&
+                                    (m_model.selectedNode() || chart.focusedNode()));
 }
 
 void MainWindow::updateThreshold() {
@@ -433,7 +452,7 @@ void MainWindow::revealSelection() {
     NodePtr node = m_model.selectedNode();
     if (!node)
         node = m_model.app().chart().focusedNode();
-    if (node)
+    if (node && !node->tree().isRecord())
         m_reveal->reveal(decoded(node->url()));
 }
 
@@ -442,7 +461,13 @@ void MainWindow::showEvent(QShowEvent* event) {
     if (!m_started) {
         m_started = true;
         m_model.start();
-        runStartupChecks(this, m_model.app().settings());
+        // Outside a sandbox the administrator can read what the user can't.
+        std::function<void()> scanAsAdministrator;
+        if (!runsInSandbox())
+            scanAsAdministrator = [this] {
+                m_model.savedScans().scanAsAdministrator(m_model.app().sidebar().thisComputer().id);
+            };
+        runStartupChecks(this, m_model.app().settings(), std::move(scanAsAdministrator));
     }
 }
 

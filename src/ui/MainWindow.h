@@ -24,6 +24,7 @@ class BreadcrumbView;
 class ChartView;
 class CleanupListBar;
 class PreviewPane;
+class SavedScanCommands;
 class SettingsView;
 class SheetPresenter;
 class DriveGalleryView;
@@ -47,6 +48,7 @@ public:
     ChartView* chartView() const { return m_chart; }
     ScanOverlay* overlay() const { return m_overlay; }
     CleanupListBar* cleanupBar() const { return m_cleanupBar; }
+    SavedScanCommands* savedScanCommands() const { return m_savedScanCommands; }
     SheetPresenter* sheets() const { return m_sheets; }
     /// The one settings window, made on first use.
     SettingsView* showSettings();
@@ -95,6 +97,7 @@ private:
     SettingsView* m_settingsView = nullptr;
     PreviewPane* m_preview = nullptr;
     ScanOverlay* m_overlay = nullptr;
+    SavedScanCommands* m_savedScanCommands = nullptr;
 
     QAction* m_backToGallery = nullptr;
     QAction* m_home = nullptr;

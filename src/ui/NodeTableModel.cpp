@@ -2,6 +2,7 @@
 
 #include "app/stores/CleanupListStore.h"
 #include "core/model/ByteFormat.h"
+#include "ui/PanelChrome.h"
 #include "ui/Symbols.h"
 
 #include <QApplication>
@@ -118,7 +119,7 @@ QVariant NodeTableModel::checkData(const FileNode& node, int role) const {
     if (!allowed && role == Qt::DecorationRole)
         return symbolIcon("lock.fill");
     if (!allowed && role == Qt::ToolTipRole)
-        return tr("Hidden items cannot be added to the cleanup list — enable in Settings");
+        return panel::lockHelp(node);
     return {};
 }
 

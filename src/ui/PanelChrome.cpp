@@ -1,7 +1,9 @@
 #include "ui/PanelChrome.h"
 
 #include "app/viewmodels/ChartViewModel.h"
+#include "app/window/SavedScans.h"
 #include "core/model/ByteFormat.h"
+#include "core/model/Tree.h"
 #include "ui/Symbols.h"
 
 #include <QAbstractItemView>
@@ -127,7 +129,9 @@ void paintCheckBox(QPainter* painter, const QRect& box, Check state, const QWidg
     painter->restore();
 }
 
-QString lockHelp() {
+QString lockHelp(const FileNode& node) {
+    if (node.tree().isRecord())
+        return savedScanReason();
     return QStringLiteral("Hidden items cannot be added to the cleanup list — enable in Settings");
 }
 

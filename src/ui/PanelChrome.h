@@ -56,7 +56,7 @@ QRect checkBoxRect(const QRect& cell, int left);
 /// may not be listed, a lock.
 void paintCheckBox(QPainter* painter, const QRect& box, Check state, const QWidget* widget);
 /// Help text of the lock.
-QString lockHelp();
+QString lockHelp(const FileNode& node);
 
 /// The cloud badge: nothing for ordinary files.
 QIcon cloudIcon(CloudStatus status);

@@ -1,13 +1,16 @@
 #include "ui/SidebarView.h"
 
 #include "app/viewmodels/SidebarViewModel.h"
+#include "app/window/SavedScans.h"
 #include "ui/SidebarRowDelegate.h"
 #include "ui/SourceText.h"
 #include "ui/Symbols.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QFileDialog>
 #include <QHeaderView>
+#include <QLocale>
 #include <QMenu>
 #include <QPushButton>
 #include <QTreeWidget>
@@ -28,6 +31,9 @@ QString idText(const Uuid& id) {
 QString decoded(const std::string& bytes) {
     return QFile::decodeName(QByteArray::fromStdString(bytes));
 }
+
+// Tells the "Open Scan File…" row from "Add Favorite Folder".
+const QString kOpenScanAction = QStringLiteral("open-scan-file");
 
 } // namespace
 
@@ -66,15 +72,21 @@ SidebarView::SidebarView(SidebarViewModel& model, Actions actions, QWidget* pare
 
     connect(m_list, &QTreeWidget::currentItemChanged, this, &SidebarView::onCurrentChanged);
     connect(m_list, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem* item) {
-        if (item->data(0, D::KindRole).toInt() == D::ActionRow)
+        if (item->data(0, D::KindRole).toInt() != D::ActionRow)
+            return;
+        if (item->data(0, D::PathRole).toString() == kOpenScanAction) {
+            if (m_actions.openScanFile)
+                m_actions.openScanFile();
+        } else {
             addFavoriteWithChooser();
+        }
     });
     connect(m_list, &QTreeWidget::customContextMenuRequested, this, &SidebarView::showContextMenu);
 
     for (auto signal :
          {&SidebarViewModel::thisComputerChanged, &SidebarViewModel::volumesChanged,
           &SidebarViewModel::favoritesChanged, &SidebarViewModel::transientSourceChanged,
-          &SidebarViewModel::scanningSourceIDChanged})
+          &SidebarViewModel::savedScansChanged, &SidebarViewModel::scanningSourceIDChanged})
         connect(&m_model, signal, this, &SidebarView::rebuild);
     connect(&m_model, &SidebarViewModel::selectedSourceIDChanged, this,
             &SidebarView::syncSelectionFromModel);
@@ -98,7 +110,15 @@ void SidebarView::addSourceRow(const ScanSource& source) {
     QStringList parts;
     QString tip = decoded(source.url);
     if (m_model.scanningSourceID() == source.id) {
-        parts << QStringLiteral("Scanning…");
+        parts << (source.kind == ScanSourceKind::savedScan ? QStringLiteral("Reading…")
+                                                           : QStringLiteral("Scanning…"));
+    } else if (source.kind == ScanSourceKind::savedScan) {
+        if (source.lastScanDate)
+            parts << QStringLiteral("Scanned ") +
+                         QLocale().toString(QDateTime::fromSecsSinceEpoch(*source.lastScanDate),
+                                            QLocale::ShortFormat);
+        if (auto indexed = indexedText(source))
+            parts << *indexed;
     } else if (source.lastScanWasRestricted) {
         parts << restrictedText();
         tip = restrictedHelp();
@@ -139,6 +159,17 @@ void SidebarView::rebuild() {
         addSection(tr("Opened Folder"));
         addSourceRow(*transient);
     }
+    addSection(tr("Saved Scans"));
+    for (const ScanSource& saved : m_model.savedScans())
+        addSourceRow(saved);
+    auto* open = new QTreeWidgetItem(m_list, QStringList(tr("Open Scan File…")));
+    open->setData(0, D::KindRole, D::ActionRow);
+    open->setData(0, D::PathRole, kOpenScanAction);
+    open->setData(0, Qt::DecorationRole, symbolIcon("doc"));
+    open->setToolTip(0, tr("Browse a scan saved by Ringfold, ncdu or gdu (%1)")
+                            .arg(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O)
+                                     .toString(QKeySequence::NativeText)));
+    open->setFlags(Qt::ItemIsEnabled);
     m_syncing = false;
     syncSelectionFromModel();
 }
@@ -189,17 +220,37 @@ void SidebarView::showContextMenu(const QPoint& pos) {
     const bool favourite = std::any_of(m_model.favorites().begin(), m_model.favorites().end(),
                                        [&](const ScanSource& f) { return f.id == sourceId; });
     const bool transient = m_model.transientSource() && m_model.transientSource()->id == sourceId;
+    const bool record = source->kind == ScanSourceKind::savedScan;
+    const bool restricted = source->lastScanWasRestricted;
 
     QMenu menu(this);
-    menu.addAction(symbolIcon("arrow.clockwise"), tr("Rescan"), this, [this, sourceId] {
-        if (m_actions.rescan)
-            m_actions.rescan(sourceId);
-    });
-    menu.addAction(tr("Show in File Manager"), this, [this, path] {
+    menu.setToolTipsVisible(true);
+    QAction* rescan =
+        menu.addAction(symbolIcon("arrow.clockwise"), tr("Rescan"), this, [this, sourceId] {
+            if (m_actions.rescan)
+                m_actions.rescan(sourceId);
+        });
+    QAction* reveal = menu.addAction(tr("Show in File Manager"), this, [this, path] {
         if (m_actions.reveal)
             m_actions.reveal(path);
     });
-    if (favourite) {
+    for (QAction* a : {rescan, reveal}) {
+        a->setEnabled(!record);
+        if (record)
+            a->setToolTip(savedScanReason());
+    }
+    if (restricted && !record && m_actions.scanAsAdministrator) {
+        QAction* admin = menu.addAction(tr("Scan as Administrator…"), this, [this, sourceId] {
+            m_actions.scanAsAdministrator(sourceId);
+        });
+        admin->setToolTip(tr("Scan again with the administrator's rights, so that the folders "
+                             "your account can't read are counted too (asks for the password)"));
+    }
+    if (record) {
+        menu.addSeparator();
+        menu.addAction(tr("Close Saved Scan"), this,
+                       [this, sourceId] { m_model.closeSavedScan(sourceId); });
+    } else if (favourite) {
         menu.addSeparator();
         menu.addAction(tr("Remove from Favorites"), this,
                        [this, sourceId] { m_model.removeFavorite(sourceId); });

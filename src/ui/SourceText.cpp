@@ -53,6 +53,8 @@ const char* sourceSymbol(const ScanSource& source) {
         return "externaldrive";
     case ScanSourceKind::networkVolume:
         return "network";
+    case ScanSourceKind::savedScan:
+        return "doc";
     case ScanSourceKind::favoriteFolder:
         break;
     }

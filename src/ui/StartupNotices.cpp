@@ -80,7 +80,9 @@ RelocationNotice::RelocationNotice(InstallLocation location, QWidget* parent) : 
     layout->addWidget(buttons);
 }
 
-AccessOnboarding::AccessOnboarding(SettingsStore& settings, QWidget* parent) : QDialog(parent) {
+AccessOnboarding::AccessOnboarding(SettingsStore& settings,
+                                   std::function<void()> scanAsAdministrator, QWidget* parent)
+    : QDialog(parent) {
     setWindowTitle(QStringLiteral("Ringfold"));
     QVBoxLayout* layout =
         frame(this, symbolIcon("lock.fill"), QStringLiteral("Give Ringfold Access to\nYour Files"));
@@ -116,10 +118,22 @@ AccessOnboarding::AccessOnboarding(SettingsStore& settings, QWidget* parent) : Q
         dismiss();
     });
     connect(later, &QPushButton::clicked, this, dismiss);
+    if (scanAsAdministrator) {
+        QPushButton* admin = buttons->addButton(QStringLiteral("Scan as Administrator…"),
+                                                QDialogButtonBox::ActionRole);
+        admin->setObjectName(QStringLiteral("scanAsAdministrator"));
+        admin->setToolTip(QStringLiteral(
+            "Scan This Computer with the administrator's rights (asks for the password)"));
+        connect(admin, &QPushButton::clicked, this, [dismiss, scanAsAdministrator] {
+            dismiss();
+            scanAsAdministrator();
+        });
+    }
     layout->addWidget(buttons);
 }
 
-void runStartupChecks(QWidget* window, SettingsStore& settings) {
+void runStartupChecks(QWidget* window, SettingsStore& settings,
+                      std::function<void()> scanAsAdministrator) {
     const InstallLocation location = currentInstallLocation();
     if (showsRelocationNotice(location)) {
         auto* notice = new RelocationNotice(location, window);
@@ -133,14 +147,15 @@ void runStartupChecks(QWidget* window, SettingsStore& settings) {
     if (!home || !*home)
         return;
     QPointer<QWidget> target(window);
-    QThreadPool::globalInstance()->start([target, home = std::string(home), &settings] {
+    QThreadPool::globalInstance()->start([target, home = std::string(home), &settings,
+                                          scanAsAdministrator] {
         if (!filesAreWalledOff(home))
             return;
         // Posted to the application, which outlives any window; the window may be gone.
-        QMetaObject::invokeMethod(qApp, [target, &settings] {
+        QMetaObject::invokeMethod(qApp, [target, &settings, scanAsAdministrator] {
             if (!target || settings.fdaOnboardingDismissed())
                 return;
-            auto* onboarding = new AccessOnboarding(settings, target);
+            auto* onboarding = new AccessOnboarding(settings, scanAsAdministrator, target);
             onboarding->setAttribute(Qt::WA_DeleteOnClose);
             onboarding->open();
         });

@@ -11,6 +11,8 @@
 
 #include <QDialog>
 
+#include <functional>
+
 namespace ringfold {
 
 class SettingsStore;
@@ -24,12 +26,15 @@ public:
 class AccessOnboarding : public QDialog {
     Q_OBJECT
 public:
-    /// Either button dismisses it for good (the fdaOnboardingDismissed setting).
-    AccessOnboarding(SettingsStore& settings, QWidget* parent = nullptr);
+    /// Every button dismisses it for good (the fdaOnboardingDismissed setting). With
+    /// `scanAsAdministrator` (outside a sandbox) it offers that too.
+    AccessOnboarding(SettingsStore& settings, std::function<void()> scanAsAdministrator = {},
+                     QWidget* parent = nullptr);
 };
 
 /// Runs the start-up checks for `window`: the relocation notice first; otherwise the
 /// access check in the background, then the onboarding if it applies.
-void runStartupChecks(QWidget* window, SettingsStore& settings);
+void runStartupChecks(QWidget* window, SettingsStore& settings,
+                      std::function<void()> scanAsAdministrator = {});
 
 } // namespace ringfold

@@ -153,7 +153,7 @@ QVariant SystemJunkItemModel::data(const QModelIndex& index, int role) const {
         return {};
     case Qt::ToolTipRole:
         if (column == checkColumn && !m_cleanup.canAdd(node))
-            return panel::lockHelp();
+            return panel::lockHelp(node);
         if (column == nameColumn)
             return QFile::decodeName(QByteArray::fromStdString(node.url()));
         if (column == sizeColumn)

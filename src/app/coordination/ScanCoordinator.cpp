@@ -4,6 +4,7 @@
 #include "app/stores/CleanupListStore.h"
 #include "app/viewmodels/ChartViewModel.h"
 #include "app/viewmodels/SidebarViewModel.h"
+#include "core/io/SavedScanBackend.h"
 #include "core/model/Tree.h"
 #include "core/scan/ScanEngine.h"
 
@@ -15,7 +16,7 @@ namespace ringfold {
 namespace {
 
 bool isVolumeRooted(ScanSourceKind kind) {
-    return kind != ScanSourceKind::favoriteFolder;
+    return kind != ScanSourceKind::favoriteFolder && kind != ScanSourceKind::savedScan;
 }
 
 } // namespace
@@ -84,12 +85,32 @@ void ScanCoordinator::rescan(const Uuid& id) {
         m_sidebar.setSelectedSourceID(id);
 }
 
-void ScanCoordinator::startScan(const ScanSource& source) {
+void ScanCoordinator::scanAsAdministrator(const Uuid& id) {
+    const ScanSource* source = m_sidebar.source(id);
+    if (!source || source->kind == ScanSourceKind::savedScan)
+        return;
+    if (m_sidebar.selectedSourceID() != id)
+        m_sidebar.setSelectedSourceID(id); // shows the cached tree or starts a plain scan
+    if (const ScanSource* selected = m_sidebar.source(id))
+        startScan(ScanSource(*selected), true); // stops that plain scan
+}
+
+void ScanCoordinator::setElevation(std::vector<std::string> command, std::string scanner) {
+    m_elevationCommand = std::move(command);
+    m_scanner = std::move(scanner);
+}
+
+void ScanCoordinator::startScan(const ScanSource& source, bool elevated) {
     stopCurrentScan();
     const std::uint64_t serial = m_nextSerial++;
     auto progress = std::make_shared<ScanProgress>();
     std::unique_ptr<ScanEngine> engine;
-    if (m_backendFactory) {
+    if (elevated) {
+        engine = std::make_unique<ScanEngine>(
+            std::make_unique<ElevatedScanBackend>(m_elevationCommand, m_scanner));
+    } else if (source.kind == ScanSourceKind::savedScan) {
+        engine = std::make_unique<ScanEngine>(std::make_unique<SavedScanBackend>());
+    } else if (m_backendFactory) {
         engine = std::make_unique<ScanEngine>(m_backendFactory(source, m_diagnostics));
     } else {
         ScanEngine::Options options;
@@ -97,13 +118,16 @@ void ScanCoordinator::startScan(const ScanSource& source) {
         engine = std::make_unique<ScanEngine>(source.kind, activeProcessorCount(), options);
     }
 
-    std::jthread thread([this, serial, source, progress,
+    std::jthread thread([this, serial, source, progress, elevated,
                          engine = std::move(engine)](std::stop_token stop) {
         Outcome outcome;
         outcome.serial = serial;
         outcome.source = source;
+        outcome.elevated = elevated;
         try {
             outcome.result = engine->scan(source.url, stop, progress.get());
+            if (auto* saved = dynamic_cast<SavedScanBackend*>(&engine->backend()))
+                outcome.madeAt = saved->lastTimestamp();
         } catch (const std::exception& e) {
             outcome.error = e.what();
         } catch (...) {
@@ -164,11 +188,23 @@ void ScanCoordinator::scanEnded(Outcome outcome) {
             std::fflush(m_diagnostics);
         }
         finish();
+        if (outcome.cancelled)
+            return;
+        emit scanFailed(id, QString::fromStdString(outcome.error), outcome.elevated);
+        // A refused administrator's scan of a source with no tree yet falls back to
+        // the scan the user's own rights allow.
+        if (outcome.elevated && current && m_sidebar.selectedSourceID() == id &&
+            !m_scanCache.count(id) && !m_sidebar.scanningSourceID())
+            handleSelectionChange();
         return;
     }
 
+    // The administrator's tree replaces the one shown until now, whose cleanup-list
+    // items then go, as after a rescan.
+    if (const auto cached = m_scanCache.find(id); outcome.elevated && cached != m_scanCache.end())
+        m_replacedTrees[id].push_back(cached->second.root);
     CachedScan entry;
-    entry.date = QDateTime::currentSecsSinceEpoch();
+    entry.date = outcome.madeAt.value_or(QDateTime::currentSecsSinceEpoch());
     entry.root = std::move(outcome.result->root);
     entry.accounting = outcome.result->accounting;
     outcome.result.reset();

@@ -67,6 +67,15 @@ public:
     /// Forgets the source's record and cached tree and scans it again (selecting it
     /// first when it is not selected; the selection change then starts the scan).
     void rescan(const Uuid& id);
+    /// Scans the source again with the administrator's rights: the elevation command
+    /// runs the command-line scanner, whose export is read into the tree. The source
+    /// is selected first; its current tree stays until the new one is in, and stays
+    /// for good when the helper is refused or fails (scanFailed says why). Not for
+    /// saved scans.
+    void scanAsAdministrator(const Uuid& id);
+    /// The command that runs a program as the administrator ("pkexec") and the
+    /// scanner it runs (an absolute path).
+    void setElevation(std::vector<std::string> command, std::string scanner);
 
     const std::map<Uuid, CachedScan>& scanCache() const { return m_scanCache; }
     /// Progress of the current scan for an overlay to poll; null when none runs.
@@ -81,17 +90,23 @@ signals:
     void scanCacheChanged();
     /// A scan started or ended, so currentProgress() may differ.
     void scanActivityChanged();
+    /// A scan ended without a tree for another reason than being stopped: a saved
+    /// scan that can't be read, an administrator's scan that was refused.
+    void scanFailed(const ringfold::Uuid& id, const QString& message, bool elevated);
 
 private:
     struct Outcome {
         std::uint64_t serial = 0;
         ScanSource source;
         std::optional<ScanResult> result;
+        /// When the scan was made, if not now: a saved scan's own date.
+        std::optional<Timestamp> madeAt;
         bool cancelled = false;
+        bool elevated = false;
         std::string error;
     };
 
-    void startScan(const ScanSource& source);
+    void startScan(const ScanSource& source, bool elevated = false);
     /// Stops the current scan's thread; its late outcome is then ignored.
     void stopCurrentScan();
     void scanEnded(Outcome outcome);
@@ -109,6 +124,8 @@ private:
 
     std::FILE* m_diagnostics = stdout;
     BackendFactory m_backendFactory;
+    std::vector<std::string> m_elevationCommand{"pkexec"};
+    std::string m_scanner = "ringfold-scan";
     std::uint64_t m_nextSerial = 1;
     std::uint64_t m_currentSerial = 0; // 0: no scan is current
     std::optional<Uuid> m_currentSource;

@@ -15,7 +15,7 @@ bool CleanupListStore::hiddenAllowed() const {
 }
 
 bool CleanupListStore::canAdd(const FileNode& node) const {
-    return !node.isHidden() || hiddenAllowed();
+    return (!node.isHidden() || hiddenAllowed()) && !node.tree().isRecord();
 }
 
 void CleanupListStore::add(const NodePtr& node) {
@@ -64,7 +64,8 @@ void CleanupListStore::clear() {
 void CleanupListStore::addPreselected(const std::vector<NodePtr>& nodes) {
     bool changed = false;
     for (const NodePtr& node : nodes) {
-        if (!node || node->isHidden() || !m_includedIDs.insert(node->id()).second)
+        if (!node || node->isHidden() || node->tree().isRecord() ||
+            !m_includedIDs.insert(node->id()).second)
             continue;
         m_items.push_back(node);
         changed = true;

@@ -41,8 +41,8 @@ public:
     bool isEmpty() const { return m_items.empty(); }
     std::size_t count() const { return m_items.size(); }
 
-    /// False for a hidden node while hidden items may not be deleted: its row shows a
-    /// lock instead of a checkbox.
+    /// False for a hidden node while hidden items may not be deleted, and for any node
+    /// of a saved scan: its row shows a lock instead of a checkbox.
     bool canAdd(const FileNode& node) const;
 
     /// Appends the node unless it is refused by canAdd or its id is already listed.

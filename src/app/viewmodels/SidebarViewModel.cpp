@@ -152,6 +152,9 @@ ScanSource* SidebarViewModel::mutableSource(const Uuid& id) {
             return &f;
     if (m_transient && m_transient->id == id)
         return &*m_transient;
+    for (ScanSource& s : m_savedScans)
+        if (s.id == id)
+            return &s;
     return nullptr;
 }
 
@@ -166,6 +169,8 @@ void SidebarViewModel::notifySourceChanged(const ScanSource* source) {
         emit volumesChanged();
     else if (m_transient && source == &*m_transient)
         emit transientSourceChanged();
+    else if (in(m_savedScans))
+        emit savedScansChanged();
     else
         emit favoritesChanged();
 }
@@ -334,6 +339,30 @@ Uuid SidebarViewModel::openTransientFolder(const std::string& path) {
     m_transient = makeFavoriteSource(Uuid::generate(), clean, lastComponent(clean));
     emit transientSourceChanged();
     return m_transient->id;
+}
+
+Uuid SidebarViewModel::openSavedScan(const std::string& file) {
+    const std::string clean = cleanPath(file);
+    for (const ScanSource& s : m_savedScans)
+        if (s.url == clean)
+            return s.id;
+    ScanSource s;
+    s.id = Uuid::generate();
+    s.url = clean;
+    s.displayName = lastComponent(clean);
+    s.kind = ScanSourceKind::savedScan;
+    m_savedScans.push_back(std::move(s));
+    emit savedScansChanged();
+    return m_savedScans.back().id;
+}
+
+void SidebarViewModel::closeSavedScan(const Uuid& id) {
+    const bool wasSelected = m_selectedSourceID == id;
+    if (std::erase_if(m_savedScans, [&](const ScanSource& s) { return s.id == id; }) == 0)
+        return;
+    emit savedScansChanged();
+    if (wasSelected)
+        setSelectedSourceID(std::nullopt);
 }
 
 void SidebarViewModel::resetFavoritesAndScanRecords() {

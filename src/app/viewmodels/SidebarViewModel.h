@@ -66,6 +66,9 @@ public:
     /// A folder opened for this run only (the program's PATH argument): listed and
     /// scanned like a favourite, never saved.
     const std::optional<ScanSource>& transientSource() const { return m_transient; }
+    /// Scans read back from files (ncdu JSON exports), in the order they were opened;
+    /// listed for this run only. Their last-scan date is the date the file gives.
+    const std::vector<ScanSource>& savedScans() const { return m_savedScans; }
     std::optional<Uuid> selectedSourceID() const { return m_selectedSourceID; }
     std::optional<Uuid> scanningSourceID() const { return m_scanningSourceID; }
     const FavoritesStore& favoritesStore() const { return *m_favoritesStore; }
@@ -73,7 +76,7 @@ public:
     void setSelectedSourceID(std::optional<Uuid> id);
 
     /// This Computer, else the first volume, else the first favourite, else the
-    /// transient folder with that id.
+    /// transient folder, else the saved scan with that id.
     const ScanSource* source(const Uuid& id) const;
 
     /// Re-reads the mounted volumes and starts reading their capacities. The same file
@@ -93,6 +96,11 @@ public:
     /// (cleaned) path if there is one, else a new transient folder that replaces any
     /// earlier one. Returns its id; the selection is left alone.
     Uuid openTransientFolder(const std::string& path);
+    /// Lists the saved scan in `file`, named after the file (the same file again gives
+    /// the source already listed). Returns its id; the selection is left alone.
+    Uuid openSavedScan(const std::string& file);
+    /// Takes a saved scan off the list; clears the selection when it was selected.
+    void closeSavedScan(const Uuid& id);
     /// The settings window's reset: stops any scan and clears the selection, restores
     /// the default favourites (saved at once) and forgets every volume's records.
     void resetFavoritesAndScanRecords();
@@ -112,6 +120,7 @@ signals:
     void volumesChanged();
     void favoritesChanged();
     void transientSourceChanged();
+    void savedScansChanged();
     void selectedSourceIDChanged();
     void scanningSourceIDChanged();
     /// A volume left the list (unmounted, or another file system took its place);
@@ -137,6 +146,7 @@ private:
     std::vector<ScanSource> m_volumes;
     std::vector<ScanSource> m_favorites;
     std::optional<ScanSource> m_transient;
+    std::vector<ScanSource> m_savedScans;
     std::map<Uuid, std::string> m_volumeFileSystems; // of each listed volume
     // Volumes that were unmounted: a remount of the same file system at the same
     // place gets its identity and last-scan record back.

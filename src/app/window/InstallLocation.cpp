@@ -80,4 +80,8 @@ bool filesAreWalledOff(const std::string& home) {
     return false;
 }
 
+bool runsInSandbox() {
+    return std::getenv("FLATPAK_ID") || std::getenv("SNAP") || ::access("/.flatpak-info", F_OK) == 0;
+}
+
 } // namespace ringfold

@@ -31,4 +31,8 @@ bool showsRelocationNotice(InstallLocation location);
 /// Blocks on the disk: call it off the GUI thread.
 bool filesAreWalledOff(const std::string& home);
 
+/// Whether this process runs in a Flatpak or Snap sandbox, where no helper can be run
+/// as the administrator.
+bool runsInSandbox();
+
 } // namespace ringfold

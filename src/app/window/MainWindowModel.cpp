@@ -6,6 +6,8 @@
 #include "app/viewmodels/CategoriesViewModel.h"
 #include "app/viewmodels/FileListViewModel.h"
 #include "app/viewmodels/SystemJunkViewModel.h"
+#include "app/window/SavedScans.h"
+#include "core/model/Tree.h"
 #include "core/model/ByteFormat.h"
 
 #include <QFile>
@@ -26,7 +28,8 @@ MainWindowModel::MainWindowModel(AppState& app, Options options, QObject* parent
                                       : std::make_unique<SystemJunkViewModel>()),
       m_coordinator(
           std::make_unique<ScanCoordinator>(app.sidebar(), app.chart(), app.cleanupList())),
-      m_fileOperations(std::make_unique<FileOperations>(app.chart(), app.cleanupList())) {
+      m_fileOperations(std::make_unique<FileOperations>(app.chart(), app.cleanupList())),
+      m_savedScans(std::make_unique<SavedScans>(app, *m_coordinator)) {
     SidebarViewModel& sidebar = app.sidebar();
     ChartViewModel& chart = app.chart();
     SettingsStore& settings = app.settings();
@@ -66,6 +69,11 @@ MainWindowModel::MainWindowModel(AppState& app, Options options, QObject* parent
                 emit operationFinished(OperationResult{kind, outcome, m_runningReportsReclaimed});
             });
 
+    m_savedScans->setOperationRunning([this] { return operationRunning(); });
+    connect(m_savedScans.get(), &SavedScans::savingChanged, this,
+            &MainWindowModel::operationStatusChanged);
+    connect(&sidebar, &SidebarViewModel::savedScansChanged, this, &MainWindowModel::detailChanged);
+
     // A second window opens on the map as it is.
     if (chart.rootNode())
         rebuildFromRoot();
@@ -86,6 +94,27 @@ bool MainWindowModel::showsScanOverlay() const {
     const auto scanning = m_app.sidebar().scanningSourceID();
     return scanning && scanning == m_app.sidebar().selectedSourceID();
 }
+
+bool MainWindowModel::showsSavedScan() const {
+    const SidebarViewModel& sidebar = m_app.sidebar();
+    const auto id = sidebar.selectedSourceID();
+    const ScanSource* source = id ? sidebar.source(*id) : nullptr;
+    return source && source->kind == ScanSourceKind::savedScan;
+}
+
+bool MainWindowModel::canStartOperation() const {
+    return !operationRunning() && !m_savedScans->saving();
+}
+
+namespace {
+
+// Nodes of a saved scan name files that may not be on this computer at all.
+std::vector<NodePtr> withoutRecords(std::vector<NodePtr> nodes) {
+    std::erase_if(nodes, [](const NodePtr& n) { return !n || n->tree().isRecord(); });
+    return nodes;
+}
+
+} // namespace
 
 void MainWindowModel::setActivePanel(Panel panel) {
     if (m_activePanel == panel)
@@ -111,7 +140,7 @@ void MainWindowModel::scanStartupDiskForJunk() {
 }
 
 void MainWindowModel::rescanSelectedSource() {
-    if (const auto selected = m_app.sidebar().selectedSourceID())
+    if (const auto selected = m_app.sidebar().selectedSourceID(); selected && !showsSavedScan())
         m_coordinator->rescan(*selected);
 }
 
@@ -165,9 +194,9 @@ void MainWindowModel::setActiveSheet(std::optional<Sheet> sheet) {
 }
 
 void MainWindowModel::requestTrashOfCleanupList() {
-    if (operationRunning())
+    if (!canStartOperation())
         return;
-    std::vector<NodePtr> nodes = FileOperations::trashableItems(m_app.cleanupList());
+    std::vector<NodePtr> nodes = withoutRecords(FileOperations::trashableItems(m_app.cleanupList()));
     if (!nodes.empty())
         setActiveSheet(Sheet{Sheet::Kind::trash, std::move(nodes)});
 }
@@ -179,17 +208,18 @@ void MainWindowModel::deleteCommand() {
 }
 
 void MainWindowModel::requestTrash(const NodePtr& node) {
-    if (node && !operationRunning() && m_app.cleanupList().canAdd(*node))
+    if (node && canStartOperation() && m_app.cleanupList().canAdd(*node))
         setActiveSheet(Sheet{Sheet::Kind::trash, {node}});
 }
 
 void MainWindowModel::requestMoveOfCleanupList() {
-    if (!operationRunning() && !m_app.cleanupList().isEmpty())
-        setActiveSheet(Sheet{Sheet::Kind::move, m_app.cleanupList().items()});
+    std::vector<NodePtr> nodes = withoutRecords(m_app.cleanupList().items());
+    if (canStartOperation() && !nodes.empty())
+        setActiveSheet(Sheet{Sheet::Kind::move, std::move(nodes)});
 }
 
 void MainWindowModel::requestMove(const NodePtr& node) {
-    if (node && !operationRunning())
+    if (node && canStartOperation() && !node->tree().isRecord())
         setActiveSheet(Sheet{Sheet::Kind::move, {node}});
 }
 
@@ -203,7 +233,7 @@ void MainWindowModel::dismissSheet() {
 }
 
 void MainWindowModel::confirmTrash() {
-    if (!m_activeSheet || m_activeSheet->kind != Sheet::Kind::trash)
+    if (!m_activeSheet || m_activeSheet->kind != Sheet::Kind::trash || !canStartOperation())
         return;
     std::vector<NodePtr> nodes = std::move(m_activeSheet->nodes);
     setActiveSheet(std::nullopt);
@@ -219,7 +249,8 @@ std::vector<NodePtr> MainWindowModel::confirmMove() {
 }
 
 void MainWindowModel::moveTo(std::vector<NodePtr> nodes, const QString& folder) {
-    if (!nodes.empty() && !folder.isEmpty())
+    nodes = withoutRecords(std::move(nodes));
+    if (!nodes.empty() && !folder.isEmpty() && canStartOperation())
         begin(m_fileOperations->moveTo(std::move(nodes), QFile::encodeName(folder).toStdString()),
               false);
 }
@@ -229,19 +260,20 @@ void MainWindowModel::copyCleanupListTo(const QString& folder) {
 }
 
 void MainWindowModel::copyTo(std::vector<NodePtr> nodes, const QString& folder) {
-    if (!nodes.empty() && !folder.isEmpty())
+    nodes = withoutRecords(std::move(nodes));
+    if (!nodes.empty() && !folder.isEmpty() && canStartOperation())
         begin(m_fileOperations->copyTo(std::move(nodes), QFile::encodeName(folder).toStdString()),
               false);
 }
 
 void MainWindowModel::removeDownloadOfCleanupList() {
-    std::vector<NodePtr> nodes = FileOperations::downloadedItems(m_app.cleanupList());
-    if (!nodes.empty())
+    std::vector<NodePtr> nodes = withoutRecords(FileOperations::downloadedItems(m_app.cleanupList()));
+    if (!nodes.empty() && canStartOperation())
         begin(m_fileOperations->removeDownload(std::move(nodes)), true);
 }
 
 void MainWindowModel::removeDownload(const NodePtr& node) {
-    if (node)
+    if (node && !node->tree().isRecord() && canStartOperation())
         begin(m_fileOperations->removeDownload({node}), false);
 }
 

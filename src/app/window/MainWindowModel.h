@@ -35,6 +35,7 @@ class AppState;
 class BiggestFilesViewModel;
 class CategoriesViewModel;
 class FileListViewModel;
+class SavedScans;
 class ScanCoordinator;
 class SystemJunkViewModel;
 
@@ -81,6 +82,7 @@ public:
     SystemJunkViewModel& systemJunk() { return *m_systemJunk; }
     ScanCoordinator& coordinator() { return *m_coordinator; }
     FileOperations& fileOperations() { return *m_fileOperations; }
+    SavedScans& savedScans() { return *m_savedScans; }
 
     /// What the window runs when it first appears: the coordinator's selection check.
     void start();
@@ -89,6 +91,9 @@ public:
     bool showsDriveGallery() const;
     /// The selected source is being scanned: the scanning overlay with its Cancel.
     bool showsScanOverlay() const;
+    /// The selected source is a saved scan: a record, so file operations, Rescan and
+    /// Show in File Manager are off (savedScanReason() says why).
+    bool showsSavedScan() const;
 
     Panel activePanel() const { return m_activePanel; }
     void setActivePanel(Panel panel);
@@ -130,6 +135,8 @@ public:
     void removeDownload(const NodePtr& node);
 
     bool operationRunning() const { return m_fileOperations->isRunning(); }
+    /// No operation runs and no save reads the tree: a new operation may start.
+    bool canStartOperation() const;
     /// Stops the running file operation before its next item.
     void cancelOperation() { m_fileOperations->cancel(); }
     /// What the running operation is doing ("Moving “proj” (2 of 5) — 1.2 GB of 3 GB"),
@@ -180,6 +187,7 @@ private:
     std::unique_ptr<SystemJunkViewModel> m_systemJunk;
     std::unique_ptr<ScanCoordinator> m_coordinator;
     std::unique_ptr<FileOperations> m_fileOperations;
+    std::unique_ptr<SavedScans> m_savedScans;
 
     Panel m_activePanel = Panel::folder;
     NodePtr m_selectedNode;

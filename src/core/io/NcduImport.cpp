@@ -56,6 +56,7 @@ enum class Field {
     mtime,
     shared,
     cloud,
+    timestamp,
     other
 };
 
@@ -77,8 +78,17 @@ Field fieldOf(std::string_view key) {
 // building nodes as each entry's info object closes.
 class Builder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Builder> {
 public:
+    Builder(std::stop_token stop, ScanProgress* progress) : m_stop(stop), m_progress(progress) {}
     std::string error;
+    bool cancelled = false;
+    std::optional<Timestamp> timestamp;
     ImportedTreeBuilder tree;
+    /// Hands the entries read since the last report to the progress counters.
+    void report() {
+        if (m_progress && m_unreported)
+            m_progress->addFolder(m_unreported, m_unreportedBytes);
+        m_unreported = m_unreportedBytes = 0;
+    }
     bool done() const { return m_state == State::done; }
 
     bool Default() { return fail("unexpected value"); }
@@ -139,17 +149,41 @@ public:
     bool Key(const char* s, rapidjson::SizeType n, bool) {
         if (m_skip)
             return true;
-        m_field = fieldOf(std::string_view(s, n));
+        const std::string_view key(s, n);
+        if (m_state == State::metaInfo) // only the date matters there
+            m_field = key == "timestamp" ? Field::timestamp : Field::other;
+        else
+            m_field = fieldOf(key);
         m_skipNext = m_field == Field::other;
         return true;
     }
     bool StartObject();
-    bool EndObject(rapidjson::SizeType) { return m_skip ? leaveSkipped() : endInfo(); }
+    bool EndObject(rapidjson::SizeType) {
+        if (m_skip)
+            return leaveSkipped();
+        if (m_state == State::metaInfo) {
+            m_state = State::rootFolder;
+            return true;
+        }
+        return endInfo();
+    }
     bool StartArray();
     bool EndArray(rapidjson::SizeType);
 
 private:
-    enum class State { outer, major, minor, meta, rootFolder, folderInfo, info, items, end, done };
+    enum class State {
+        outer,
+        major,
+        minor,
+        meta,
+        metaInfo,
+        rootFolder,
+        folderInfo,
+        info,
+        items,
+        end,
+        done
+    };
     static constexpr int kMaxSkipDepth = 64;
 
     bool fail(std::string message) {
@@ -168,8 +202,7 @@ private:
         return true;
     }
     bool leaveSkipped() {
-        if (--m_skip == 0 && m_state == State::meta)
-            m_state = State::rootFolder;
+        --m_skip;
         return true;
     }
     bool nextKey() {
@@ -185,6 +218,9 @@ private:
     bool m_hasName = false;
     ImportedEntry m_entry;
     std::string m_name;
+    std::stop_token m_stop;
+    ScanProgress* m_progress;
+    std::int64_t m_unreported = 0, m_unreportedBytes = 0;
 };
 
 bool Builder::Uint64(std::uint64_t v) {
@@ -202,6 +238,11 @@ bool Builder::Uint64(std::uint64_t v) {
         return true;
     case State::info:
         break;
+    case State::metaInfo:
+        if (m_field != Field::timestamp || v > kMax)
+            return Default();
+        timestamp = static_cast<Timestamp>(v);
+        return nextKey();
     default:
         return Default();
     }
@@ -238,8 +279,8 @@ bool Builder::StartObject() {
     if (m_skip || m_skipNext)
         return enterSkipped();
     switch (m_state) {
-    case State::meta: // whatever the writer put there; nothing here needs it
-        m_skip = 1;
+    case State::meta: // whatever the writer put there; only the date is kept
+        m_state = State::metaInfo;
         return true;
     case State::folderInfo:
     case State::items:
@@ -296,23 +337,43 @@ bool Builder::endInfo() {
     if (auto refused = tree.add(m_entry))
         return fail(std::move(*refused));
     m_state = State::items;
+    // Stop and progress are looked at in batches: an entry costs well under a
+    // microsecond, an atomic and a stop test per entry would show.
+    if (!m_entry.isFolder && __builtin_add_overflow(m_unreportedBytes, m_entry.allocatedSize,
+                                                    &m_unreportedBytes))
+        m_unreportedBytes = std::numeric_limits<std::int64_t>::max();
+    if (++m_unreported == 4096) {
+        report();
+        if (m_stop.stop_requested()) {
+            cancelled = true;
+            return fail("cancelled");
+        }
+    }
     return true;
 }
 
 } // namespace
 
-NcduImport NcduImport::read(std::FILE* in) {
+NcduImport NcduImport::read(std::FILE* in, std::stop_token stop, ScanProgress* progress) {
     NcduImport out;
     char buffer[1 << 16];
     rapidjson::FileReadStream stream(in, buffer, sizeof buffer);
     CappedAllocator stackAllocator;
     rapidjson::GenericReader<rapidjson::UTF8<>, rapidjson::UTF8<>, CappedAllocator> reader(
         &stackAllocator);
-    Builder builder;
+    Builder builder(stop, progress);
     try {
         reader.Parse<rapidjson::kParseIterativeFlag>(stream, builder);
     } catch (const std::exception& e) { // the parser's cap, or the tree's memory
         out.error = dynamic_cast<const std::length_error*>(&e) ? e.what() : "out of memory";
+        out.errorOffset = stream.Tell();
+        return out;
+    }
+    builder.report();
+    out.timestamp = builder.timestamp;
+    if (builder.cancelled || stop.stop_requested()) {
+        out.cancelled = true;
+        out.error = "cancelled";
         out.errorOffset = stream.Tell();
         return out;
     }

@@ -12,10 +12,12 @@
 
 #include "core/model/ScanResult.h"
 #include "core/scan/ScanBackend.h"
+#include "core/scan/ScanProgress.h"
 
 #include <cstdint>
 #include <cstdio>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 namespace ringfold {
@@ -27,13 +29,20 @@ struct NcduImport {
     /// Why the file was rejected, and at which byte.
     std::string error;
     std::uint64_t errorOffset = 0;
+    /// True when `stop` ended the reading; `error` then says so too.
+    bool cancelled = false;
+    /// When the scan was made, from the file's metadata, if it says.
+    std::optional<Timestamp> timestamp;
 
     /// Folders nested deeper than this are rejected.
     static constexpr std::size_t kMaxDepth = std::size_t(1) << 20;
     /// Bytes the parser may hold at once: one name or key, plus 8 or so per open level.
     static constexpr std::size_t kParserMemory = std::size_t(64) << 20;
 
-    static NcduImport read(std::FILE* in);
+    /// Reads `in` to its end. `stop` is tested and `progress` (items and allocated
+    /// bytes read so far) updated every few thousand entries.
+    static NcduImport read(std::FILE* in, std::stop_token stop = {},
+                           ScanProgress* progress = nullptr);
 };
 
 } // namespace ringfold

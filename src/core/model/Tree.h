@@ -79,6 +79,11 @@ public:
     std::size_t urlCacheBytes() const;
     static constexpr std::size_t kUrlCacheBytes = std::size_t(1) << 20;
 
+    /// A tree read from a saved scan is a record: its paths name files on the computer
+    /// that was scanned, which may not be this one, so nothing may act on them.
+    bool isRecord() const { return m_record; }
+    void setRecord(bool record) { m_record = record; }
+
     /// Sets every stored field of `init` but the name on an existing node.
     static void setAttributes(FileNode* node, const NodeInit& init);
 
@@ -148,6 +153,7 @@ private:
     std::unordered_map<std::uint32_t, std::string> m_pinnedUrls;
     mutable std::unordered_map<std::uint32_t, std::string> m_urls;
     mutable std::size_t m_urlBytes = 0;
+    bool m_record = false;
 };
 
 /// Allocates nodes and names for one thread. Cheap to create; holds the current chunk

@@ -22,6 +22,7 @@ const char* toString(ScanSourceKind kind) {
     case ScanSourceKind::externalVolume: return "externalVolume";
     case ScanSourceKind::networkVolume: return "networkVolume";
     case ScanSourceKind::favoriteFolder: return "favoriteFolder";
+    case ScanSourceKind::savedScan: return "savedScan";
     }
     return "favoriteFolder";
 }

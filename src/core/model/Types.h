@@ -19,7 +19,9 @@ enum class ScanSourceKind : std::uint8_t {
     internalVolume,
     externalVolume,
     networkVolume,
-    favoriteFolder
+    favoriteFolder,
+    /// A scan read back from a file (an ncdu JSON export): a record, not the disk.
+    savedScan
 };
 
 const char* toString(CloudStatus status);
@@ -36,10 +38,10 @@ struct Uuid {
     friend auto operator<=>(const Uuid&, const Uuid&) = default;
 };
 
-/// A place the user can scan: a volume or a favourite folder.
+/// A place the user can scan: a volume or a favourite folder, or a saved scan.
 struct ScanSource {
     Uuid id;
-    std::string url; // absolute path of the folder or volume root
+    std::string url; // absolute path of the folder or volume root; of a saved scan, its file
     std::string displayName;
     ScanSourceKind kind = ScanSourceKind::favoriteFolder;
     std::optional<Timestamp> lastScanDate;
