@@ -3,6 +3,8 @@
 #include "app/coordination/AppState.h"
 #include "app/operations/FileManagerReveal.h"
 #include "app/window/MainWindowModel.h"
+#include "app/window/SavedScans.h"
+#include "core/model/Tree.h"
 
 #include <QApplication>
 #include <QFile>
@@ -58,10 +60,13 @@ void FileRowContextMenu::populate(QMenu& menu, MainWindowModel& model, const Nod
             offer(text, [action, node] { action(node); });
     };
 
-    offer(tr("Show in File Manager"), [host, node] {
+    // A saved scan's paths may name files of another computer, or other files here.
+    const bool record = node->tree().isRecord();
+    QAction* reveal = offer(tr("Show in File Manager"), [host, node] {
         revealFor(host)->reveal(QFile::decodeName(QByteArray::fromStdString(node->url())));
     });
-    extra(tr("Quick Preview"), extras.quickPreview);
+    if (!record)
+        extra(tr("Quick Preview"), extras.quickPreview);
     offer(tr("Get Info"), [&model, node] { model.showInfo(node); });
     if (node->isDirectory()) {
         extra(tr("Drill Into Folder"), extras.drillInto);
@@ -74,11 +79,13 @@ void FileRowContextMenu::populate(QMenu& menu, MainWindowModel& model, const Nod
         ->setEnabled(allowed);
 
     menu.addSeparator();
-    offer(tr("Move to Trash"), [&model, node] { model.requestTrash(node); })->setEnabled(allowed);
-    if (node->cloudStatus() == CloudStatus::cloudDownloaded)
+    QAction* trash =
+        offer(tr("Move to Trash"), [&model, node] { model.requestTrash(node); });
+    trash->setEnabled(allowed);
+    if (node->cloudStatus() == CloudStatus::cloudDownloaded && !record)
         offer(tr("Remove Download"), [&model, node] { model.removeDownload(node); });
-    offer(tr("Move to…"), [&model, node] { model.requestMove(node); });
-    offer(tr("Copy to…"), [&model, node, host] {
+    QAction* move = offer(tr("Move to…"), [&model, node] { model.requestMove(node); });
+    QAction* copy = offer(tr("Copy to…"), [&model, node, host] {
         // Modal to its window only: the other windows stay usable while one chooses.
         QFileDialog chooser(host, tr("Choose Destination"));
         chooser.setFileMode(QFileDialog::Directory);
@@ -87,6 +94,13 @@ void FileRowContextMenu::populate(QMenu& menu, MainWindowModel& model, const Nod
         if (chooser.exec() == QDialog::Accepted && !chooser.selectedFiles().isEmpty())
             model.copyTo({node}, chooser.selectedFiles().constFirst());
     });
+    if (record) {
+        menu.setToolTipsVisible(true);
+        for (QAction* a : {reveal, trash, move, copy}) {
+            a->setEnabled(false);
+            a->setToolTip(savedScanReason());
+        }
+    }
 }
 
 } // namespace ringfold

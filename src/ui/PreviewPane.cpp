@@ -1,7 +1,9 @@
 #include "ui/PreviewPane.h"
 
 #include "app/stores/SettingsStore.h"
+#include "app/window/SavedScans.h"
 #include "core/model/ByteFormat.h"
+#include "core/model/Tree.h"
 #include "ui/PreviewContent.h"
 #include "ui/Symbols.h"
 
@@ -40,6 +42,7 @@ QToolButton* iconButton(const char* symbol, const QString& help, QWidget* parent
     auto* b = new QToolButton(parent);
     b->setIcon(symbolIcon(symbol));
     b->setToolTip(help);
+    b->setAccessibleName(help);
     b->setAutoRaise(true);
     return b;
 }
@@ -99,9 +102,9 @@ PreviewPane::PreviewPane(SettingsStore& settings, Actions actions, QWidget* pare
     header->addWidget(m_name, 1);
     column->addLayout(header);
     auto* buttons = new QHBoxLayout;
-    QToolButton* reveal =
+    QToolButton* reveal = m_reveal =
         iconButton("magnifyingglass", QStringLiteral("Show in File Manager"), page);
-    QToolButton* look = iconButton("eye", QStringLiteral("Quick Preview"), page);
+    QToolButton* look = m_look = iconButton("eye", QStringLiteral("Quick Preview"), page);
     m_info = iconButton("info.circle", QStringLiteral("Get Info"), page);
     for (QToolButton* b : {reveal, look, m_info})
         buttons->addWidget(b);
@@ -199,11 +202,17 @@ void PreviewPane::rebuild() {
             QLocale().toString(QDateTime::fromSecsSinceEpoch(qint64(*date)), QLocale::ShortFormat));
     add("Path", QFile::decodeName(QByteArray::fromStdString(n.url())));
     m_shared->setVisible(n.sharesStorage());
+    // A saved scan's path may name another computer's file, or another file here.
+    const bool record = n.tree().isRecord();
+    for (QToolButton* b : {m_reveal, m_look}) {
+        b->setEnabled(!record);
+        b->setToolTip(record ? savedScanReason() : b->accessibleName());
+    }
     loadPreview();
 }
 
 void PreviewPane::loadPreview() {
-    if (m_node->isDirectory()) {
+    if (m_node->isDirectory() || m_node->tree().isRecord()) {
         emit previewLoaded();
         return;
     }

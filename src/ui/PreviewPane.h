@@ -66,6 +66,8 @@ private:
     QLabel* m_icon = nullptr;
     QLabel* m_name = nullptr;
     QToolButton* m_info = nullptr;
+    QToolButton* m_reveal = nullptr;
+    QToolButton* m_look = nullptr;
     QStackedWidget* m_preview = nullptr;
     QLabel* m_image = nullptr;
     QPlainTextEdit* m_text = nullptr;
