@@ -39,4 +39,4 @@ bench:
 	@bench/run $(BENCH_ARGS)
 
 clean:
-	rm -rf $(BUILD_DIR) build-asan build-tsan
+	rm -rf $(BUILD_DIR) build-asan build-tsan build-fuzz

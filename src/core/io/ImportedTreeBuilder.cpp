@@ -57,8 +57,12 @@ std::optional<std::string> ImportedTreeBuilder::add(const ImportedEntry& e) {
     if (e.sharesStorage && e.allocatedSize > 0)
         ++m_sharedFirsts; // our own files: the first holder of data that has copies
     const bool linked = e.inode && (e.hardLinked || e.linkCount >= 2);
-    if (linked && e.allocatedSize > 0 &&
-        !m_tracker.claim(foldDeviceID(major(dev), minor(dev)), *e.inode, n)) {
+    if (e.countedElsewhere && e.allocatedSize > 0) {
+        n->setAllocatedSize(0);
+        n->setSharesStorage(true);
+        ++m_sharedFirsts; // one more stream met again
+    } else if (linked && e.allocatedSize > 0 &&
+               !m_tracker.claim(foldDeviceID(major(dev), minor(dev)), *e.inode, n)) {
         n->setAllocatedSize(0);
         n->setSharesStorage(true);
     }

@@ -28,6 +28,9 @@ struct ImportedEntry {
     std::optional<std::uint64_t> device, inode;
     std::uint64_t linkCount = 0;
     bool hardLinked = false; // said to share its inode, link count or not
+    /// A name whose data another name of the file already counts, whatever comes
+    /// before or after it (gdu marks only such names).
+    bool countedElsewhere = false;
     bool restricted = false, excluded = false, sharesStorage = false;
     std::optional<Timestamp> modificationDate;
     std::uint64_t cloudStatus = 0;

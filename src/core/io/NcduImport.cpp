@@ -57,6 +57,7 @@ enum class Field {
     shared,
     cloud,
     timestamp,
+    progname,
     other
 };
 
@@ -134,6 +135,10 @@ public:
     bool String(const char* s, rapidjson::SizeType n, bool) {
         if (m_skip || m_skipNext)
             return skipped();
+        if (m_state == State::metaInfo && m_field == Field::progname) {
+            m_writtenByGdu = std::string_view(s, n) == "gdu";
+            return nextKey();
+        }
         if (m_state != State::info)
             return Default();
         if (m_field == Field::name) {
@@ -150,8 +155,10 @@ public:
         if (m_skip)
             return true;
         const std::string_view key(s, n);
-        if (m_state == State::metaInfo) // only the date matters there
-            m_field = key == "timestamp" ? Field::timestamp : Field::other;
+        if (m_state == State::metaInfo) // only the date and the writer matter there
+            m_field = key == "timestamp"  ? Field::timestamp
+                      : key == "progname" ? Field::progname
+                                          : Field::other;
         else
             m_field = fieldOf(key);
         m_skipNext = m_field == Field::other;
@@ -221,6 +228,7 @@ private:
     std::stop_token m_stop;
     ScanProgress* m_progress;
     std::int64_t m_unreported = 0, m_unreportedBytes = 0;
+    bool m_writtenByGdu = false;
 };
 
 bool Builder::Uint64(std::uint64_t v) {
@@ -334,6 +342,10 @@ bool Builder::endInfo() {
         return Default();
     if (!m_hasName)
         return fail("an entry without a name");
+    // gdu marks a hard link only on the names after the first it met, without a link
+    // count: each marked name repeats data counted under another.
+    m_entry.countedElsewhere =
+        m_writtenByGdu && m_entry.hardLinked && m_entry.inode && m_entry.linkCount == 0;
     if (auto refused = tree.add(m_entry))
         return fail(std::move(*refused));
     m_state = State::items;

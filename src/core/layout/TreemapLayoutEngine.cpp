@@ -30,7 +30,12 @@ TreemapLayoutEngine::buildItems(const FileNode& node,
     TopLevelColoring coloring(node, smallerObjectsThreshold);
     const bool rootLevel = coloring.isRootLevel();
 
-    auto [children, hiddenSum, hasHidden] = splitHiddenChildren(node, groupHiddenItems);
+    // Named, not a structured binding: the lambda below uses them, which clang 14
+    // (the fuzzing build) does not allow for bindings.
+    VisibleChildren split = splitHiddenChildren(node, groupHiddenItems);
+    std::vector<FileNode*>& children = split.nodes;
+    const std::int64_t hiddenSum = split.hiddenAllocated;
+    const bool hasHidden = split.hasHidden;
 
     Items result;
     auto& items = result.items;
