@@ -5,7 +5,9 @@
 #include <QRegularExpression>
 #include <QStringList>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <sys/stat.h>
 
 namespace ringfold {
@@ -34,7 +36,11 @@ CommandLine::Outcome CommandLine::parse(int argc, const char* const* argv, Comma
     const QCommandLineOption size(QStringLiteral("size"),
                                   QStringLiteral("Window size, e.g. 1100x720."),
                                   QStringLiteral("WxH"));
-    parser.addOptions({screenshot, view, theme, size});
+    const QCommandLineOption file(
+        {QStringLiteral("f"), QStringLiteral("file")},
+        QStringLiteral("Open a scan saved by ringfold-scan -o, ncdu -o or gdu -o."),
+        QStringLiteral("FILE"));
+    parser.addOptions({screenshot, view, theme, size, file});
     parser.addPositionalArgument(QStringLiteral("PATH"),
                                  QStringLiteral("A folder to open and scan at once (not saved "
                                                 "among the favourites)."),
@@ -116,6 +122,21 @@ CommandLine::Outcome CommandLine::parse(int argc, const char* const* argv, Comma
             return Outcome::usageError;
         }
         out.path = path.toStdString();
+    }
+    if (parser.isSet(file)) {
+        if (out.path) {
+            error = QStringLiteral("give either PATH or -f FILE, not both");
+            return Outcome::usageError;
+        }
+        const QByteArray bytes = QFile::encodeName(parser.value(file));
+        struct stat st {};
+        if (::stat(bytes.constData(), &st) != 0 || S_ISDIR(st.st_mode)) {
+            error = QStringLiteral("%1: %2").arg(
+                parser.value(file), S_ISDIR(st.st_mode) ? QStringLiteral("a folder, not a saved scan")
+                                                        : QString::fromLocal8Bit(std::strerror(errno)));
+            return Outcome::usageError;
+        }
+        out.savedScan = bytes.toStdString();
     }
     if (parser.isSet(screenshot))
         out.screenshotFile = parser.value(screenshot);

@@ -1,6 +1,7 @@
 #pragma once
 // The program's options: `ringfold [PATH]` opens the window with PATH selected for
-// this run and scans it; `--screenshot FILE` scans PATH, saves a picture of the whole
+// this run and scans it; `-f FILE` opens a saved scan instead (an ncdu JSON export,
+// as `ringfold-scan -f` reads); `--screenshot FILE` scans PATH (or reads the saved scan), saves a picture of the whole
 // window once the finished scan's map is painted, and exits (without PATH it pictures
 // the drive gallery). `--view`, `--theme` and
 // `--size` set the map mode, the palette and the window size for this run only.
@@ -19,6 +20,8 @@ namespace ringfold {
 struct CommandLine {
     /// The folder to open, as the bytes the system calls take.
     std::optional<std::string> path;
+    /// A saved scan to open instead, as the bytes the system calls take.
+    std::optional<std::string> savedScan;
     QString screenshotFile;
     std::optional<VisualizationMode> view;
     std::optional<ColorScheme> theme;

@@ -5,6 +5,7 @@
 
 #include "app/coordination/AppState.h"
 #include "app/window/MainWindowModel.h"
+#include "app/window/SavedScans.h"
 #include "ui/Appearance.h"
 #include "ui/MainWindow.h"
 #include "ui/Symbols.h"
@@ -58,7 +59,7 @@ int main(int argc, char** argv) {
     std::unique_ptr<ScreenshotRun> screenshot;
     if (!options.screenshotFile.isEmpty()) {
         screenshot = std::make_unique<ScreenshotRun>(window, options.screenshotFile);
-        if (options.path)
+        if (options.path || options.savedScan)
             screenshot->begin();
         else
             screenshot->captureWhenShown();
@@ -68,5 +69,7 @@ int main(int argc, char** argv) {
     // otherwise restart the scan this selection starts.
     if (options.path)
         state.sidebar().setSelectedSourceID(state.sidebar().openTransientFolder(*options.path));
+    else if (options.savedScan)
+        windowModel.savedScans().open(*options.savedScan);
     return app.exec();
 }

@@ -115,7 +115,7 @@ void SidebarView::addSourceRow(const ScanSource& source) {
     } else if (source.kind == ScanSourceKind::savedScan) {
         if (source.lastScanDate)
             parts << QStringLiteral("Scanned ") +
-                         QLocale().toString(QDateTime::fromSecsSinceEpoch(*source.lastScanDate),
+                         QLocale().toString(QDateTime::fromSecsSinceEpoch(*source.lastScanDate).date(),
                                             QLocale::ShortFormat);
         if (auto indexed = indexedText(source))
             parts << *indexed;
