@@ -13,18 +13,17 @@ namespace ringfold {
 
 namespace {
 
-constexpr int kStartupDelayMs = 5000;
 constexpr int kTimeoutMs = 15000;
 constexpr qint64 kMaxFeedBytes = 64 * 1024;
 
 } // namespace
 
 UpdateChecker::UpdateChecker(SettingsStore& settings, QString currentVersion, QUrl feed,
-                             QObject* parent)
+                             std::chrono::milliseconds startupDelay, QObject* parent)
     : QObject(parent), m_settings(settings), m_currentVersion(std::move(currentVersion)),
       m_feed(std::move(feed)), m_network(new QNetworkAccessManager(this)) {
     if (m_settings.automaticallyChecksForUpdates())
-        QTimer::singleShot(kStartupDelayMs, this, [this] {
+        QTimer::singleShot(startupDelay, this, [this] {
             if (m_settings.automaticallyChecksForUpdates())
                 checkForUpdates(false);
         });
