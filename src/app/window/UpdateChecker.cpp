@@ -57,7 +57,10 @@ void UpdateChecker::checkForUpdates(bool manual) {
         const QJsonObject feed =
             QJsonDocument::fromJson(reply->read(kMaxFeedBytes), &error).object();
         const QString version = feed.value(QStringLiteral("version")).toString();
-        const QUrl page(feed.value(QStringLiteral("url")).toString());
+        QUrl page(feed.value(QStringLiteral("url")).toString());
+        // Only a web page becomes a link the user may click, never a file or a script.
+        if ((page.scheme() != u"http" && page.scheme() != u"https") || page.host().isEmpty())
+            page.clear();
         if (error.error != QJsonParseError::NoError || version.isEmpty()) {
             if (manual)
                 emit checkFailed(QStringLiteral("The update feed could not be read."));

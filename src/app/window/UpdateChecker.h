@@ -38,6 +38,7 @@ public:
 
 signals:
     void canCheckForUpdatesChanged();
+    /// `page` is the feed's download page, empty unless it is an http(s) address.
     void updateAvailable(const QString& version, const QUrl& page);
     /// A manual check found nothing newer.
     void upToDate();
