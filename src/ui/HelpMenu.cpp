@@ -92,12 +92,15 @@ void addHelpMenu(QMainWindow& window, UpdateChecker& updates) {
                    QStringLiteral("Couldn't check for updates: %1").arg(reason.toHtmlEscaped()));
         });
     help->addAction(QStringLiteral("About Ringfold"), &window, [&window] {
+        // A tree built outside a git checkout has no build number.
+        const QString build = qApp->property("ringfoldBuild").toString();
         QMessageBox::about(
             &window, QStringLiteral("About Ringfold"),
             QStringLiteral("<h3>Ringfold %1</h3><p>See where the space on your disks goes.</p>"
-                           "<p>Build %2 · Qt %3</p>")
+                           "<p>%2Qt %3</p>")
                 .arg(QCoreApplication::applicationVersion().toHtmlEscaped(),
-                     qApp->property("ringfoldBuild").toString().toHtmlEscaped(),
+                     build.isEmpty() ? QString()
+                                     : QStringLiteral("Build %1 · ").arg(build.toHtmlEscaped()),
                      QString::fromLatin1(qVersion())));
     });
 }
