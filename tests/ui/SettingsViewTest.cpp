@@ -23,6 +23,7 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
+#include <QTimer>
 
 using namespace ringfold;
 
@@ -99,6 +100,9 @@ private slots:
              [&] {
                  return view.threshold()->value() == 400 && view.thresholdLabel()->text() == "4.0%";
              }},
+            {"group hidden", [&] { view.groupHidden()->click(); },
+             [&] { st.setGroupHiddenItems(true); }, [&] { return !st.groupHiddenItems(); },
+             [&] { return view.groupHidden()->isChecked(); }},
             {"limit", [&] { view.biggestFilesLimit()->stepUp(); },
              [&] { st.setBiggestFilesLimit(500); }, [&] { return st.biggestFilesLimit() == 250; },
              [&] { return view.biggestFilesLimit()->value() == 500; }},
@@ -106,6 +110,10 @@ private slots:
              [&] { st.setDiagnosticReportsAgeDays(70); },
              [&] { return st.diagnosticReportsAgeDays() == 23; },
              [&] { return view.diagnosticReportsAge()->value() == 70; }},
+            {"caches", [&] { view.cacheStalenessAge()->stepUp(); },
+             [&] { st.setCacheStalenessAgeDays(63); },
+             [&] { return st.cacheStalenessAgeDays() == 21; },
+             [&] { return view.cacheStalenessAge()->value() == 63; }},
             {"folders", [&] { view.sortFoldersToTop()->click(); },
              [&] { st.setSortFoldersToTop(true); }, [&] { return !st.sortFoldersToTop(); },
              [&] { return view.sortFoldersToTop()->isChecked(); }},
@@ -123,22 +131,49 @@ private slots:
         QSettings reread(QString::fromStdString(m_fx.fullPath("a.conf")), QSettings::IniFormat);
         QCOMPARE(reread.value("biggestFilesLimit").toInt(), 500);
 
-        // Reset: asks; Cancel does nothing; Reset clears the list and the favourites'
-        // changes, and leaves the settings as they are.
-        app->sidebar().addFavorite(m_fx.root());
-        const auto favorites = app->sidebar().favorites().size();
+        // Reset: the confirmation's Cancel changes nothing; its destructive button
+        // brings back the default favourites, forgets the scan records, empties the
+        // cleanup list and returns to the gallery. No setting moves either way.
+        st.setFdaOnboardingDismissed(true);
+        SidebarViewModel& sidebar = app->sidebar();
+        sidebar.addFavorite(m_fx.root());
+        sidebar.recordScan(sidebar.thisComputer().id, 1700000000, 4096, false);
         test::MemoryTree tree;
         app->chart().setRoot(tree.rootPtr(), std::nullopt, false);
         app->cleanupList().add(tree.rootPtr()->shared());
-        for (bool confirm : {false, true}) {
-            view.setResetConfirmation([confirm](QWidget*) { return confirm; });
+        auto urls = [](const std::vector<ScanSource>& sources) {
+            QStringList out;
+            for (const ScanSource& s : sources)
+                out << QString::fromStdString(s.url);
+            return out;
+        };
+        const QStringList defaults = urls(sidebar.favoritesStore().defaultFavorites());
+        auto stored = [&] {
+            QSettings reread(file.fileName(), QSettings::IniFormat);
+            QVariantMap all;
+            for (const QString& key : reread.allKeys())
+                all[key] = reread.value(key);
+            return all;
+        };
+        const QVariantMap settings = stored();
+        for (auto role : {QMessageBox::RejectRole, QMessageBox::DestructiveRole}) {
+            QTimer::singleShot(0, &view, [&view, role] {
+                auto* box = view.findChild<QMessageBox*>();
+                QVERIFY(box);
+                for (QAbstractButton* b : box->buttons())
+                    if (box->buttonRole(b) == role)
+                        return b->click();
+                box->reject();
+                QFAIL("no button for the answer");
+            });
             view.resetButton()->click();
-            QCOMPARE(app->sidebar().favorites().size() == favorites, !confirm);
-            QCOMPARE(app->cleanupList().isEmpty(), confirm);
-            QCOMPARE(app->chart().rootNode() == nullptr, confirm); // back to the gallery
+            const bool reset = role == QMessageBox::DestructiveRole;
+            QCOMPARE(urls(sidebar.favorites()) == defaults, reset);
+            QCOMPARE(sidebar.thisComputer().lastScanDate.has_value(), !reset);
+            QCOMPARE(app->cleanupList().isEmpty(), reset);
+            QCOMPARE(app->chart().rootNode() == nullptr, reset); // back to the gallery
+            QCOMPARE(stored(), settings);
         }
-        QCOMPARE(st.biggestFilesLimit(), 500);
-        QCOMPARE(st.appearanceMode(), AppearanceMode::light);
     }
 
     // Each feed is served over HTTP from 127.0.0.1, to the Help menu's "Check for
