@@ -73,14 +73,15 @@ void addHelpMenu(QMainWindow& window, UpdateChecker& updates) {
     QObject::connect(&updates, &UpdateChecker::canCheckForUpdatesChanged, check,
                      [check, &updates] { check->setEnabled(updates.canCheckForUpdates()); });
     QWidget* parent = &window;
-    QObject::connect(&updates, &UpdateChecker::updateAvailable, parent,
-                     [parent](const QString& version, const QUrl& page) {
-                         notice(parent,
-                                QStringLiteral("Ringfold %1 is available. <a href=\"%2\">Get it "
-                                               "from the download page</a>.")
-                                    .arg(version.toHtmlEscaped(),
-                                         page.toString(QUrl::FullyEncoded).toHtmlEscaped()));
-                     });
+    QObject::connect(
+        &updates, &UpdateChecker::updateAvailable, parent,
+        [parent](const QString& version, const QUrl& page) {
+            QString text = QStringLiteral("Ringfold %1 is available.").arg(version.toHtmlEscaped());
+            if (!page.isEmpty())
+                text += QStringLiteral(" <a href=\"%1\">Get it from the download page</a>.")
+                            .arg(page.toString(QUrl::FullyEncoded).toHtmlEscaped());
+            notice(parent, text);
+        });
     QObject::connect(&updates, &UpdateChecker::upToDate, parent, [parent] {
         notice(parent, QStringLiteral("Ringfold %1 is the newest version.")
                            .arg(QCoreApplication::applicationVersion().toHtmlEscaped()));
@@ -91,12 +92,15 @@ void addHelpMenu(QMainWindow& window, UpdateChecker& updates) {
                    QStringLiteral("Couldn't check for updates: %1").arg(reason.toHtmlEscaped()));
         });
     help->addAction(QStringLiteral("About Ringfold"), &window, [&window] {
+        // A tree built outside a git checkout has no build number.
+        const QString build = qApp->property("ringfoldBuild").toString();
         QMessageBox::about(
             &window, QStringLiteral("About Ringfold"),
             QStringLiteral("<h3>Ringfold %1</h3><p>See where the space on your disks goes.</p>"
-                           "<p>Build %2 · Qt %3</p>")
+                           "<p>%2Qt %3</p>")
                 .arg(QCoreApplication::applicationVersion().toHtmlEscaped(),
-                     qApp->property("ringfoldBuild").toString().toHtmlEscaped(),
+                     build.isEmpty() ? QString()
+                                     : QStringLiteral("Build %1 · ").arg(build.toHtmlEscaped()),
                      QString::fromLatin1(qVersion())));
     });
 }

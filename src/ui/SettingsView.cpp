@@ -51,18 +51,7 @@ QSpinBox* stepper(int min, int max, int step, const QString& format, QWidget* pa
 } // namespace
 
 SettingsView::SettingsView(AppState& app, QWidget* parent)
-    : QWidget(parent, Qt::Window), m_app(app), m_confirmReset([](QWidget* parent) {
-          QMessageBox box(QMessageBox::Warning, QStringLiteral("Reset scan history and favorites?"),
-                          QStringLiteral("Reset scan history and favorites?"),
-                          QMessageBox::NoButton, parent);
-          box.setInformativeText(QStringLiteral(
-              "Favorites return to the default (your home folder) and all scan records are "
-              "removed. Your settings are kept. This cannot be undone."));
-          QPushButton* reset = box.addButton(QStringLiteral("Reset"), QMessageBox::DestructiveRole);
-          box.addButton(QStringLiteral("Cancel"), QMessageBox::RejectRole);
-          box.exec();
-          return box.clickedButton() == reset;
-      }) {
+    : QWidget(parent, Qt::Window), m_app(app) {
     setWindowTitle(QStringLiteral("Ringfold Settings"));
     setAttribute(Qt::WA_DeleteOnClose, false);
     resize(560, 680);
@@ -268,7 +257,16 @@ void SettingsView::refresh() {
 }
 
 void SettingsView::confirmReset() {
-    if (m_confirmReset(this))
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("Reset scan history and favorites?"),
+                    QStringLiteral("Reset scan history and favorites?"), QMessageBox::NoButton,
+                    this);
+    box.setInformativeText(
+        QStringLiteral("Favorites return to the default (your home folder) and all scan records "
+                       "are removed. Your settings are kept. This cannot be undone."));
+    QPushButton* reset = box.addButton(QStringLiteral("Reset"), QMessageBox::DestructiveRole);
+    box.addButton(QStringLiteral("Cancel"), QMessageBox::RejectRole);
+    box.exec();
+    if (box.clickedButton() == reset)
         m_app.resetFileData();
 }
 

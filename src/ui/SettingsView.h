@@ -9,8 +9,6 @@
 
 #include <QWidget>
 
-#include <functional>
-
 class QAbstractButton;
 class QButtonGroup;
 class QCheckBox;
@@ -42,12 +40,6 @@ public:
     QPushButton* checkForUpdates() const { return m_checkUpdates; }
     QPushButton* resetButton() const { return m_reset; }
 
-    /// The reset confirmation's answer; replaceable so a test can answer it. True
-    /// means "Reset".
-    void setResetConfirmation(std::function<bool(QWidget*)> confirm) {
-        m_confirmReset = std::move(confirm);
-    }
-
 private:
     void build();
     void bind();
@@ -55,7 +47,6 @@ private:
     void confirmReset();
 
     AppState& m_app;
-    std::function<bool(QWidget*)> m_confirmReset;
     QButtonGroup* m_appearance = nullptr;
     QCheckBox* m_allowHidden = nullptr;
     QSlider* m_threshold = nullptr;

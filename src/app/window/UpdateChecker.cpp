@@ -13,18 +13,17 @@ namespace ringfold {
 
 namespace {
 
-constexpr int kStartupDelayMs = 5000;
 constexpr int kTimeoutMs = 15000;
 constexpr qint64 kMaxFeedBytes = 64 * 1024;
 
 } // namespace
 
 UpdateChecker::UpdateChecker(SettingsStore& settings, QString currentVersion, QUrl feed,
-                             QObject* parent)
+                             std::chrono::milliseconds startupDelay, QObject* parent)
     : QObject(parent), m_settings(settings), m_currentVersion(std::move(currentVersion)),
       m_feed(std::move(feed)), m_network(new QNetworkAccessManager(this)) {
     if (m_settings.automaticallyChecksForUpdates())
-        QTimer::singleShot(kStartupDelayMs, this, [this] {
+        QTimer::singleShot(startupDelay, this, [this] {
             if (m_settings.automaticallyChecksForUpdates())
                 checkForUpdates(false);
         });
@@ -58,7 +57,10 @@ void UpdateChecker::checkForUpdates(bool manual) {
         const QJsonObject feed =
             QJsonDocument::fromJson(reply->read(kMaxFeedBytes), &error).object();
         const QString version = feed.value(QStringLiteral("version")).toString();
-        const QUrl page(feed.value(QStringLiteral("url")).toString());
+        QUrl page(feed.value(QStringLiteral("url")).toString());
+        // Only a web page becomes a link the user may click, never a file or a script.
+        if ((page.scheme() != u"http" && page.scheme() != u"https") || page.host().isEmpty())
+            page.clear();
         if (error.error != QJsonParseError::NoError || version.isEmpty()) {
             if (manual)
                 emit checkFailed(QStringLiteral("The update feed could not be read."));

@@ -11,6 +11,8 @@
 #include <QString>
 #include <QUrl>
 
+#include <chrono>
+
 class QNetworkAccessManager;
 
 namespace ringfold {
@@ -21,8 +23,10 @@ class UpdateChecker : public QObject {
     Q_OBJECT
 
 public:
-    /// `currentVersion` is this program's ("0.1.0"); the feed comes from `feed`.
+    /// `currentVersion` is this program's ("0.1.0"); the feed comes from `feed`. The
+    /// automatic check waits `startupDelay` so that it stays out of the way of start-up.
     UpdateChecker(SettingsStore& settings, QString currentVersion, QUrl feed,
+                  std::chrono::milliseconds startupDelay = std::chrono::seconds(5),
                   QObject* parent = nullptr);
 
     /// False while a check runs.
@@ -34,6 +38,7 @@ public:
 
 signals:
     void canCheckForUpdatesChanged();
+    /// `page` is the feed's download page, empty unless it is an http(s) address.
     void updateAvailable(const QString& version, const QUrl& page);
     /// A manual check found nothing newer.
     void upToDate();
