@@ -143,6 +143,26 @@ private slots:
         QCOMPARE(names(m_app->cleanupList().items()), QStringList{"b.pdf"});
     }
 
+    // A move that stopped half-way succeeded at nothing, yet took part of its item out
+    // of the tree: the panels must not go on showing it.
+    void aHalfFinishedMoveRefreshesThePanels() {
+        QVERIFY(showHome());
+        const std::string gone = m_fx.fullPath("home/docs/b.pdf");
+        m_window->fileOperations().setMover(
+            [&](const std::string&, const std::string&, FileTransfer::Report* r) {
+                ::unlink(gone.c_str());
+                r->entriesLeft = 1;
+                r->leftBehind = {"docs", "docs/notes.md"};
+                return EPERM;
+            });
+        m_window->moveTo({node("docs")}, QString::fromStdString(m_fx.fullPath("data")));
+        QTRY_VERIFY(m_window->showingErrorAlert());
+        QVERIFY(!node("docs/b.pdf") && node("docs/notes.md"));
+        for (const auto& entry : m_window->biggestFiles().entries())
+            QVERIFY(entry.node->name() != "b.pdf");
+        QCOMPARE(m_window->biggestFiles().entries().size(), std::size_t(4));
+    }
+
     void coffeeMomentOncePerLaunchFromOneGiB() {
         constexpr std::int64_t GiB = MainWindowModel::kCoffeeMomentBytes;
         using Shown = std::optional<std::int64_t>;

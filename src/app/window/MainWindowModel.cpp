@@ -352,7 +352,9 @@ void MainWindowModel::applyOperationResult(const OperationResult& result) {
                 .arg(doneText(result.operation));
         emit operationStatusChanged();
     }
-    if (result.operation != Operation::copy && outcome.succeeded > 0)
+    // Not only on successes: a move that stopped half-way took part of its item
+    // out of the tree too.
+    if (outcome.treeChanged)
         refreshAfterTreeChange();
     if (!outcome.errors.empty()) {
         m_operationErrors = outcome.errors;
