@@ -10,10 +10,10 @@
 #include "app/viewmodels/FileListViewModel.h"
 #include "app/viewmodels/SystemJunkViewModel.h"
 #include "app/window/Endpoints.h"
-#include "app/window/Endpoints.h"
 
 #include "AppTestSupport.h"
 
+#include <QDir>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -161,6 +161,25 @@ private slots:
         for (const auto& entry : m_window->biggestFiles().entries())
             QVERIFY(entry.node->name() != "b.pdf");
         QCOMPARE(m_window->biggestFiles().entries().size(), std::size_t(4));
+    }
+
+    // A folder whose path is not UTF-8 reaches the window as text with U+FFFD in it:
+    // refused, rather than read as its look-alike.
+    void aChosenFolderThatTextCannotNameIsRefused() {
+        QVERIFY(showHome());
+        m_fx.makeFolder("to\xff");
+        m_fx.makeFolder("to\xEF\xBF\xBD");
+        const QString chosen =
+            QFile::decodeName(QByteArray::fromStdString(m_fx.fullPath("to\xff")));
+        for (auto transfer : {&MainWindowModel::copyTo, &MainWindowModel::moveTo}) {
+            m_window->dismissErrorAlert();
+            (m_window.get()->*transfer)({node("big.bin")}, chosen);
+            QVERIFY(!m_window->operationRunning() && m_window->showingErrorAlert());
+            QCOMPARE(m_window->operationErrors().at(0).message,
+                     MainWindowModel::unnamableFolderMessage());
+        }
+        QVERIFY(QDir(QString::fromStdString(m_fx.fullPath("to\xEF\xBF\xBD"))).isEmpty());
+        QVERIFY(node("big.bin"));
     }
 
     void coffeeMomentOncePerLaunchFromOneGiB() {
