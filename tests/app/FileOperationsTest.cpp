@@ -296,6 +296,15 @@ private slots:
         QCOMPARE(trashRecords(mnt.path + "/.Trash/0").size(), std::size_t(1));
         fs::remove(mnt.path + "/fill");
 
+        // A disk that can't hold a trash folder says why, not that it is unsafe.
+        fs::remove_all(mine);
+        fs::remove_all(mnt.path + "/.Trash");
+        QCOMPARE(::mount(nullptr, mnt.path.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+        QCOMPARE(Trash::moveToTrash(item).value_or(QString()),
+                 QStringLiteral("This disk's trash folder can't be made or opened: Read-only "
+                                "file system"));
+        QCOMPARE(readAll(item), std::string("full"));
+
         // An ordinary user whose own info folder is read-only.
         home.makeFolder("share/Trash/files");
         home.makeFolder("share/Trash/info");
