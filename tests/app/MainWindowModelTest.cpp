@@ -10,10 +10,10 @@
 #include "app/viewmodels/FileListViewModel.h"
 #include "app/viewmodels/SystemJunkViewModel.h"
 #include "app/window/Endpoints.h"
-#include "app/window/Endpoints.h"
 
 #include "AppTestSupport.h"
 
+#include <QDir>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -141,6 +141,45 @@ private slots:
         QCOMPARE(order, (QStringList{"revision", "rows", "biggest", "categories"}));
         QCOMPARE(m_window->errorAlertMessage(), QStringLiteral("b.pdf: No such file or directory"));
         QCOMPARE(names(m_app->cleanupList().items()), QStringList{"b.pdf"});
+    }
+
+    // A move that stopped half-way succeeded at nothing, yet took part of its item out
+    // of the tree: the panels must not go on showing it.
+    void aHalfFinishedMoveRefreshesThePanels() {
+        QVERIFY(showHome());
+        const std::string gone = m_fx.fullPath("home/docs/b.pdf");
+        m_window->fileOperations().setMover(
+            [&](const std::string&, const std::string&, FileTransfer::Report* r) {
+                ::unlink(gone.c_str());
+                r->entriesLeft = 1;
+                r->leftBehind = {"docs", "docs/notes.md"};
+                return EPERM;
+            });
+        m_window->moveTo({node("docs")}, QString::fromStdString(m_fx.fullPath("data")));
+        QTRY_VERIFY(m_window->showingErrorAlert());
+        QVERIFY(!node("docs/b.pdf") && node("docs/notes.md"));
+        for (const auto& entry : m_window->biggestFiles().entries())
+            QVERIFY(entry.node->name() != "b.pdf");
+        QCOMPARE(m_window->biggestFiles().entries().size(), std::size_t(4));
+    }
+
+    // A folder whose path is not UTF-8 reaches the window as text with U+FFFD in it:
+    // refused, rather than read as its look-alike.
+    void aChosenFolderThatTextCannotNameIsRefused() {
+        QVERIFY(showHome());
+        m_fx.makeFolder("to\xff");
+        m_fx.makeFolder("to\xEF\xBF\xBD");
+        const QString chosen =
+            QFile::decodeName(QByteArray::fromStdString(m_fx.fullPath("to\xff")));
+        for (auto transfer : {&MainWindowModel::copyTo, &MainWindowModel::moveTo}) {
+            m_window->dismissErrorAlert();
+            (m_window.get()->*transfer)({node("big.bin")}, chosen);
+            QVERIFY(!m_window->operationRunning() && m_window->showingErrorAlert());
+            QCOMPARE(m_window->operationErrors().at(0).message,
+                     MainWindowModel::unnamableFolderMessage());
+        }
+        QVERIFY(QDir(QString::fromStdString(m_fx.fullPath("to\xEF\xBF\xBD"))).isEmpty());
+        QVERIFY(node("big.bin"));
     }
 
     void coffeeMomentOncePerLaunchFromOneGiB() {

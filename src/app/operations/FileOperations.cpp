@@ -44,6 +44,17 @@ QString halfMovedMessage(const std::string& destination, const FileTransfer::Rep
         .arg(reason);
 }
 
+// The entries of `paths` (relative to a holder's folder) at or below `within`, made
+// relative to the folder of the item `within` names.
+std::unordered_set<std::string> below(const std::unordered_set<std::string>& paths,
+                                      const std::string& within, const std::string& name) {
+    std::unordered_set<std::string> out;
+    for (const std::string& p : paths)
+        if (p.starts_with(within) && (p.size() == within.size() || p[within.size()] == '/'))
+            out.insert(name + p.substr(within.size()));
+    return out;
+}
+
 } // namespace
 
 // Everything the worker reads is fixed before it starts, apart from the atomics.
@@ -54,8 +65,12 @@ struct FileOperations::Job {
         std::string name;
         QString displayName;
         std::int64_t bytes = 0;
-        /// The batch's item that holds this one (a folder listed with its own file).
+        /// The batch's item that holds this one (a folder listed with its own file),
+        /// and this one's path from the holder's folder ("proj/sub/a.txt").
         int holder = -1;
+        std::string pathInHolder;
+        /// Why the item is not acted on at all.
+        std::optional<QString> refusal;
     };
     Kind kind = Kind::trash;
     std::string folder;
@@ -152,6 +167,9 @@ bool FileOperations::start(Kind kind, std::vector<NodePtr> nodes, std::string fo
         item.path = node->url();
         item.name = std::string(node->name());
         item.displayName = nameOf(*node);
+        if (!isInMap(*node))
+            item.refusal = QStringLiteral("It is no longer in the scan on show: an earlier "
+                                          "operation moved it or the folder that held it.");
         const bool countsLogical = kind == Kind::move || kind == Kind::copy;
         item.bytes = countsLogical ? node->logicalSize() : node->allocatedSize();
         indexOf[node.get()] = int(job->items.size());
@@ -164,10 +182,17 @@ bool FileOperations::start(Kind kind, std::vector<NodePtr> nodes, std::string fo
     // each item's own copy.
     const bool nests = kind == Kind::trash || kind == Kind::move;
     for (Job::Item& item : job->items) {
-        for (const FileNode* a = item.node->parent(); nests && a && item.holder < 0;
-             a = a->parent())
-            if (auto it = indexOf.find(a); it != indexOf.end())
+        if (item.refusal)
+            continue;
+        std::string within = item.name;
+        for (const FileNode* a = item.node->parent(); nests && a; a = a->parent()) {
+            within = std::string(a->name()) + '/' + within;
+            if (auto it = indexOf.find(a); it != indexOf.end()) {
                 item.holder = it->second;
+                item.pathInHolder = std::move(within);
+                break;
+            }
+        }
         if (item.holder < 0)
             job->bytesTotal += item.bytes;
     }
@@ -182,15 +207,40 @@ bool FileOperations::start(Kind kind, std::vector<NodePtr> nodes, std::string fo
         QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection);
     };
     m_worker = std::jthread([this, job, post] {
-        std::vector<char> done(job->items.size(), 0);
+        // What each item's own step did on disk, for the items listed inside it; for
+        // one that moved only in part, what stayed (relative to its folder) and which
+        // item's move that was.
+        enum class Fate : char { untouched, gone, partlyGone };
+        std::vector<Fate> fate(job->items.size(), Fate::untouched);
+        std::vector<std::unordered_set<std::string>> stayed(job->items.size());
+        std::vector<std::size_t> partMove(job->items.size());
         std::size_t i = 0;
         for (; i < job->items.size() && !job->cancelled; ++i) {
             const Job::Item& item = job->items[i];
             job->current = int(i);
             ItemResult result;
             result.index = int(i);
-            if (item.holder >= 0 && done[std::size_t(item.holder)]) {
+            const auto holder = std::size_t(item.holder);
+            if (item.refusal) {
+                result.error = item.refusal;
+            } else if (item.holder >= 0 && fate[holder] == Fate::gone) {
                 result.wentWithHolder = true;
+                fate[i] = Fate::gone;
+            } else if (item.holder >= 0 && fate[holder] == Fate::partlyGone) {
+                if (stayed[holder].count(item.pathInHolder)) {
+                    // On its own it would land at the top of the destination, apart
+                    // from the rest of its folder's copy.
+                    result.error =
+                        QStringLiteral("not moved: it stayed in the source with what is left "
+                                       "of \u201C%1\u201D")
+                            .arg(job->items[partMove[holder]].displayName);
+                    fate[i] = Fate::partlyGone;
+                    partMove[i] = partMove[holder];
+                    stayed[i] = below(stayed[holder], item.pathInHolder, item.name);
+                } else {
+                    result.wentWithHolder = true;
+                    fate[i] = Fate::gone;
+                }
             } else {
                 const std::int64_t before = job->bytesDone;
                 FileTransfer::Report report;
@@ -214,6 +264,9 @@ bool FileOperations::start(Kind kind, std::vector<NodePtr> nodes, std::string fo
                 if (error && report.entriesLeft > 0) {
                     result.error = halfMovedMessage(destination, report, error);
                     result.leftBehind = std::move(report.leftBehind);
+                    fate[i] = Fate::partlyGone;
+                    partMove[i] = i;
+                    stayed[i].insert(result.leftBehind.begin(), result.leftBehind.end());
                 } else if (error && !report.blocker.empty()) {
                     // Refused before anything was copied: say what stands in the way.
                     result.error =
@@ -226,8 +279,9 @@ bool FileOperations::start(Kind kind, std::vector<NodePtr> nodes, std::string fo
                 }
                 if (item.holder < 0)
                     job->bytesDone = before + item.bytes;
+                if (!result.error)
+                    fate[i] = Fate::gone;
             }
-            done[i] = !result.error;
             ++job->itemsDone;
             post([this, result = std::move(result)] { apply(result); });
         }
@@ -260,6 +314,7 @@ void FileOperations::apply(const ItemResult& result) {
     case Kind::removeDownload:
         m_outcome.reclaimedBytes += node.allocatedSize();
         TreeMutator::markEvicted(node);
+        m_outcome.treeChanged = true;
         m_chart.refreshAccounting();
         m_chart.bumpTreeRevision();
         m_cleanupList.remove(node);
@@ -275,6 +330,7 @@ void FileOperations::apply(const ItemResult& result) {
     }
     moveFocusOutOf(node);
     TreeMutator::remove(node);
+    m_outcome.treeChanged = true;
     m_chart.refreshAccounting();
     m_chart.bumpTreeRevision();
     m_cleanupList.remove(node);
@@ -316,6 +372,7 @@ void FileOperations::keepWhatIsLeft(FileNode& node, const std::vector<std::strin
         moveFocusOutOf(*g);
         TreeMutator::remove(*g);
     }
+    m_outcome.treeChanged = true;
     m_chart.refreshAccounting();
     m_chart.bumpTreeRevision();
 }
@@ -328,9 +385,15 @@ void FileOperations::end() {
     Outcome outcome = std::move(m_outcome);
     m_outcome = Outcome{};
     emit runningChanged();
-    if (m_kind != Kind::copy)
-        emit dependentViewsNeedRefresh();
     emit finished(m_kind, outcome);
+}
+
+bool FileOperations::isInMap(const FileNode& node) const {
+    const FileNode* root = m_chart.rootNode().get();
+    const FileNode* n = &node;
+    while (n && n != root)
+        n = n->parent();
+    return n != nullptr;
 }
 
 void FileOperations::moveFocusOutOf(const FileNode& node) {

@@ -11,6 +11,12 @@
 // cleanup list. A move that copied an item but could not remove all of its source
 // leaves the node with what is still on disk. Byte counts are signed.
 //
+// A node's path is only as good as its place in the map's tree: a node an earlier
+// operation cut out (or one of a tree the map no longer shows) is refused, since its
+// cached path may now name something else. An item listed inside another item of the
+// same batch goes with it; when that one moved only in part, the inner item is not
+// moved on its own to the top of the destination.
+//
 // One operation at a time; cancel() stops it between items and the outcome says how
 // many were not started.
 
@@ -48,6 +54,9 @@ public:
         int succeeded = 0;
         /// Items left untouched because the operation was cancelled.
         int notStarted = 0;
+        /// The tree was patched (a success, or what a half-finished move took away):
+        /// the file list, biggest files and categories must recompute from the root.
+        bool treeChanged = false;
     };
     /// How far the running operation is: bytes are allocated bytes for trash and
     /// evictions, logical bytes for moves and copies.
@@ -104,9 +113,6 @@ signals:
     void runningChanged();
     /// A few times a second while an operation runs.
     void progressChanged();
-    /// After a trash, move or eviction batch: the file list, biggest files and
-    /// categories recompute from the map's root. Emitted before `finished`.
-    void dependentViewsNeedRefresh();
     void finished(ringfold::FileOperations::Kind kind,
                   const ringfold::FileOperations::Outcome& outcome);
 
@@ -118,6 +124,7 @@ private:
     void end();
     void moveFocusOutOf(const FileNode& node);
     void keepWhatIsLeft(FileNode& node, const std::vector<std::string>& leftBehind);
+    bool isInMap(const FileNode& node) const;
     void dropDetachedCleanupItems();
 
     ChartViewModel& m_chart;

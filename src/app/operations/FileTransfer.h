@@ -6,9 +6,10 @@
 //   so a file that appears meanwhile is never replaced.
 // - A move is a rename where possible. Across file systems the whole item is copied,
 //   the copy is compared with the source byte for byte, and only then are the source
-//   entries that were copied and are still unchanged (inode, size, modification time)
-//   removed; any failure before that point removes the partial copy and leaves the
-//   source as it was.
+//   entries that were copied and are still unchanged (inode, size, modification and
+//   change times) removed, each checked again once it is renamed aside so that nothing
+//   put in its place is unlinked; any failure before that point removes the partial
+//   copy and leaves the source as it was.
 // - A copy is recursive, keeps symbolic links as links, keeps permission bits,
 //   modification times and (where allowed) owners; a failure removes the partial copy.
 //

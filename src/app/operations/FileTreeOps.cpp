@@ -4,6 +4,7 @@
 #include "app/operations/FileMetadata.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdint>
@@ -11,6 +12,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <linux/capability.h>
+#include <set>
 #include <sys/syscall.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
@@ -245,7 +247,7 @@ struct NoHooks {
 
 void record(FileTreeOps::Manifest* copied, const struct stat& s) {
     if (copied)
-        (*copied)[{s.st_dev, s.st_ino}] = FileTreeOps::Fingerprint{s.st_size, s.st_mtim};
+        (*copied)[{s.st_dev, s.st_ino}] = FileTreeOps::Fingerprint{s.st_size, s.st_mtim, s.st_ctim};
 }
 
 int copyLeaf(int sParent, int dParent, const char* name, const struct stat& st, FileData& data) {
@@ -416,14 +418,67 @@ int FileTreeOps::removeTree(int dir, const char* name, bool ownCopy) {
 
 namespace {
 
+bool sameTime(const timespec& a, const timespec& b) {
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
 // The entry is one a copy recorded and has not changed since: same inode, and for
-// anything but a folder the same size and modification time.
-bool asCopied(const FileTreeOps::Manifest& copied, const struct stat& s) {
+// anything but a folder the same size and times. The change time is left out where
+// we changed it ourselves: renaming or unlinking a name of a file sets it.
+bool asCopied(const FileTreeOps::Manifest& copied, const struct stat& s, bool withCtime = true) {
     const auto it = copied.find({s.st_dev, s.st_ino});
-    return it != copied.end() &&
-           (S_ISDIR(s.st_mode) ||
-            (it->second.size == s.st_size && it->second.mtime.tv_sec == s.st_mtim.tv_sec &&
-             it->second.mtime.tv_nsec == s.st_mtim.tv_nsec));
+    if (it == copied.end())
+        return false;
+    const FileTreeOps::Fingerprint& f = it->second;
+    return S_ISDIR(s.st_mode) || (f.size == s.st_size && sameTime(f.mtime, s.st_mtim) &&
+                                  (!withCtime || sameTime(f.ctime, s.st_ctim)));
+}
+
+// Renames within one folder without replacing an entry of that name. Where the file
+// system lacks RENAME_NOREPLACE, `toOwnName` (a name only we use) allows a checked
+// plain rename; a name someone else may take is claimed with link(), or not at all.
+int renameNoReplace(int dir, const char* from, const char* to, bool toOwnName) {
+    if (::renameat2(dir, from, dir, to, RENAME_NOREPLACE) == 0)
+        return 0;
+    if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP)
+        return errno;
+    if (toOwnName) {
+        struct stat st {};
+        if (::fstatat(dir, to, &st, AT_SYMLINK_NOFOLLOW) == 0)
+            return EEXIST;
+        return ::renameat(dir, from, dir, to) == 0 ? 0 : errno;
+    }
+    if (::linkat(dir, from, dir, to, 0) != 0)
+        return errno;
+    return ::unlinkat(dir, from, 0) == 0 ? 0 : errno;
+}
+
+// Unlinks `name` (not a folder) if it is still the entry the copy read. It is renamed
+// aside first, so that nothing can take its place between the check and the unlink,
+// and checked again under the private name (the rename itself sets the change time,
+// so that is left out there). Anything else goes back under its name; should the name
+// have been taken again meanwhile, it stays under the private name rather than
+// replace the newer entry. Returns 0 when removed or already gone, ENOTEMPTY when it
+// stays because it changed, or the failure's errno.
+int unlinkIfAsCopied(int dir, const char* name, const FileTreeOps::Manifest& copied) {
+    static std::atomic<unsigned> serial{0};
+    std::string aside;
+    int e = EEXIST;
+    for (int attempt = 0; attempt < 100 && e == EEXIST; ++attempt) {
+        aside = ".ringfold-removing-" + std::to_string(::getpid()) + "-" + std::to_string(serial++);
+        e = renameNoReplace(dir, name, aside.c_str(), true);
+    }
+    if (e)
+        return e == ENOENT ? 0 : e;
+    struct stat now {};
+    if (::fstatat(dir, aside.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&
+        asCopied(copied, now, false)) {
+        if (::unlinkat(dir, aside.c_str(), 0) == 0)
+            return 0;
+        e = errno;
+    }
+    (void)renameNoReplace(dir, aside.c_str(), name, false);
+    return e ? e : ENOTEMPTY;
 }
 
 } // namespace
@@ -432,7 +487,11 @@ int FileTreeOps::removeCopied(int dir, const char* name, const Manifest& copied,
     struct Remove : NoHooks {
         const Manifest& copied;
         int kept = 0, firstError = 0;
-        bool unchanged(const struct stat& s) const { return asCopied(copied, s); }
+        // Files with another name still to come, whose change time we have just set.
+        std::set<std::pair<dev_t, ino_t>> unlinkedOnce{};
+        bool unchanged(const struct stat& s) const {
+            return asCopied(copied, s, !unlinkedOnce.count({s.st_dev, s.st_ino}));
+        }
         int stays(int error) {
             ++kept;
             if (!firstError || firstError == ENOTEMPTY)
@@ -445,7 +504,10 @@ int FileTreeOps::removeCopied(int dir, const char* name, const Manifest& copied,
         int leaf(int parent, int, const char* n, const struct stat& s) {
             if (!unchanged(s))
                 return stays(ENOTEMPTY);
-            return ::unlinkat(parent, n, 0) == 0 || errno == ENOENT ? 0 : stays(errno);
+            if (s.st_nlink > 1)
+                unlinkedOnce.insert({s.st_dev, s.st_ino});
+            const int e = unlinkIfAsCopied(parent, n, copied);
+            return e ? stays(e) : 0;
         }
         int left(int parent, int, const char* n) {
             if (::unlinkat(parent, n, AT_REMOVEDIR) == 0 || errno == ENOENT)

@@ -37,10 +37,13 @@ public:
     };
 
     /// What a copy read from each source entry (by device and inode): its size and
-    /// modification time, so that a move removes only what it copied unchanged.
+    /// modification and change times, so that a move removes only what it copied
+    /// unchanged. The change time catches a rewrite of the same size within one tick
+    /// of a coarse modification time (2 s on FAT), or one whose time was set back.
     struct Fingerprint {
         off_t size;
         timespec mtime;
+        timespec ctime;
     };
     using Manifest = std::map<std::pair<dev_t, ino_t>, Fingerprint>;
 
@@ -60,10 +63,13 @@ public:
     /// ours, whose folders may carry read-only bits copied from the source.
     static int removeTree(int dir, const char* name, bool ownCopy);
     /// Removes from the source of a finished copy only the entries `copied` holds and
-    /// that are unchanged since (same inode, size and modification time); whatever is
-    /// new or changed stays, with the folders holding it. Goes on past failures.
-    /// Returns how many entries stayed; `firstError` the first failure's errno (or
-    /// ENOTEMPTY when entries stayed only because they were new or changed).
+    /// that are unchanged since (same inode, size, modification and change times);
+    /// whatever is new or changed stays, with the folders holding it. Each entry that
+    /// is not a folder is first renamed aside within its folder and checked again
+    /// there, so that one put in its place meanwhile (an editor's save by rename) is
+    /// never the one unlinked. Goes on past failures. Returns how many entries stayed;
+    /// `firstError` the first failure's errno (or ENOTEMPTY when entries stayed only
+    /// because they were new or changed).
     static int removeCopied(int dir, const char* name, const Manifest& copied, int& firstError);
     /// Compares a copy with its source: same kinds, names, link targets and bytes. A
     /// difference reads as EIO. With `copied`, the copy's record, source entries that

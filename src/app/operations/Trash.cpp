@@ -67,14 +67,27 @@ std::string dataHome() {
     return home && home[0] == '/' ? std::string(home) + "/.local/share" : std::string();
 }
 
+// Not a system failure: the folder is there but someone else could change it.
+constexpr int kUnsafe = -1;
+
 // A folder of a shared trash is only used when it is a real folder of this user that
-// nobody else can write into; it is created private when missing.
-bool ownPrivateFolder(const std::string& path, bool create) {
-    if (create && ::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST)
-        return false;
+// nobody else can write into; it is created private when missing. Returns 0, kUnsafe,
+// or the errno of what failed (a read-only disk, a top folder we may not write in).
+int ownPrivateFolder(const std::string& path) {
+    if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST)
+        return errno;
     struct stat st {};
-    return ::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode) && st.st_uid == ::geteuid() &&
-           (st.st_mode & 0077) == 0;
+    if (::lstat(path.c_str(), &st) != 0)
+        return errno;
+    const bool ours = S_ISDIR(st.st_mode) && st.st_uid == ::geteuid() && (st.st_mode & 0077) == 0;
+    return ours ? 0 : kUnsafe;
+}
+
+int ownPrivateTrash(const std::string& path) {
+    for (const std::string& folder : {path, path + "/files", path + "/info"})
+        if (const int e = ownPrivateFolder(folder))
+            return e;
+    return 0;
 }
 
 // The highest folder above `path` on the same file system as `device`.
@@ -121,15 +134,18 @@ TrashFolder chooseTrash(const std::string& item, const struct stat& st) {
     if (::lstat((base + "/.Trash").c_str(), &shared) == 0 && S_ISDIR(shared.st_mode) &&
         (shared.st_mode & S_ISVTX)) {
         const std::string mine = base + "/.Trash/" + uid;
-        if (ownPrivateFolder(mine, true) && ownPrivateFolder(mine + "/files", true) &&
-            ownPrivateFolder(mine + "/info", true))
+        if (ownPrivateTrash(mine) == 0)
             return {mine, relative, std::nullopt};
     }
+    // The last candidate's failure is the one to report.
     const std::string mine = base + "/.Trash-" + uid;
-    if (ownPrivateFolder(mine, true) && ownPrivateFolder(mine + "/files", true) &&
-        ownPrivateFolder(mine + "/info", true))
+    const int error = ownPrivateTrash(mine);
+    if (error == 0)
         return {mine, relative, std::nullopt};
-    return {{}, {}, unsafeTrashMessage()};
+    if (error == kUnsafe)
+        return {{}, {}, unsafeTrashMessage()};
+    const QString why = QStringLiteral("This disk's trash folder can't be made or opened: ");
+    return {{}, {}, why + systemMessage(error)};
 }
 
 // The name under files/; its .trashinfo must still fit in one path component.

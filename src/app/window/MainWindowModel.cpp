@@ -249,10 +249,7 @@ std::vector<NodePtr> MainWindowModel::confirmMove() {
 }
 
 void MainWindowModel::moveTo(std::vector<NodePtr> nodes, const QString& folder) {
-    nodes = withoutRecords(std::move(nodes));
-    if (!nodes.empty() && !folder.isEmpty() && canStartOperation())
-        begin(m_fileOperations->moveTo(std::move(nodes), QFile::encodeName(folder).toStdString()),
-              false);
+    transfer(Operation::move, std::move(nodes), folder);
 }
 
 void MainWindowModel::copyCleanupListTo(const QString& folder) {
@@ -260,10 +257,33 @@ void MainWindowModel::copyCleanupListTo(const QString& folder) {
 }
 
 void MainWindowModel::copyTo(std::vector<NodePtr> nodes, const QString& folder) {
+    transfer(Operation::copy, std::move(nodes), folder);
+}
+
+QString MainWindowModel::unnamableFolderMessage() {
+    return QStringLiteral("This folder's path has bytes that aren't valid text, so it can't be "
+                          "told apart from a folder with a similar name. Rename it or choose "
+                          "another folder.");
+}
+
+void MainWindowModel::transfer(Operation operation, std::vector<NodePtr> nodes,
+                               const QString& folder) {
     nodes = withoutRecords(std::move(nodes));
-    if (!nodes.empty() && !folder.isEmpty() && canStartOperation())
-        begin(m_fileOperations->copyTo(std::move(nodes), QFile::encodeName(folder).toStdString()),
-              false);
+    if (nodes.empty() || folder.isEmpty() || !canStartOperation())
+        return;
+    // The folder chooser hands over text: bytes that are not UTF-8 came back as
+    // U+FFFD, and encoding that names another folder, or none. Better refused than a
+    // move into a look-alike.
+    if (folder.contains(QChar::ReplacementCharacter)) {
+        m_operationErrors = {OperationError{QUuid::createUuid(), folder, unnamableFolderMessage()}};
+        m_showingErrorAlert = true;
+        emit operationErrorsChanged();
+        return;
+    }
+    const std::string bytes = QFile::encodeName(folder).toStdString();
+    begin(operation == Operation::move ? m_fileOperations->moveTo(std::move(nodes), bytes)
+                                       : m_fileOperations->copyTo(std::move(nodes), bytes),
+          false);
 }
 
 void MainWindowModel::removeDownloadOfCleanupList() {
@@ -352,7 +372,9 @@ void MainWindowModel::applyOperationResult(const OperationResult& result) {
                 .arg(doneText(result.operation));
         emit operationStatusChanged();
     }
-    if (result.operation != Operation::copy && outcome.succeeded > 0)
+    // Not only on successes: a move that stopped half-way took part of its item
+    // out of the tree too.
+    if (outcome.treeChanged)
         refreshAfterTreeChange();
     if (!outcome.errors.empty()) {
         m_operationErrors = outcome.errors;

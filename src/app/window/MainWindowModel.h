@@ -128,9 +128,12 @@ public:
     /// Closes the move sheet and hands back its nodes for the folder chooser; then
     /// moveTo, or nothing when the chooser is cancelled.
     std::vector<NodePtr> confirmMove();
+    /// Moves or copies into the folder the chooser returned. A path the chooser could
+    /// not give exactly (it holds U+FFFD) is refused with one error in the alert.
     void moveTo(std::vector<NodePtr> nodes, const QString& folder);
     void copyCleanupListTo(const QString& folder);
     void copyTo(std::vector<NodePtr> nodes, const QString& folder);
+    static QString unnamableFolderMessage();
     void removeDownloadOfCleanupList();
     void removeDownload(const NodePtr& node);
 
@@ -177,6 +180,7 @@ private:
     void applyOperationResult(const OperationResult& result);
     void setActiveSheet(std::optional<Sheet> sheet);
     void begin(bool started, bool reportsReclaimed);
+    void transfer(Operation operation, std::vector<NodePtr> nodes, const QString& folder);
 
     AppState& m_app;
     // Created in this order; destroyed in reverse, so the coordinator's scan threads
