@@ -6,11 +6,11 @@
 #include "core/model/Tree.h"
 #include "ui/PreviewContent.h"
 #include "ui/Symbols.h"
+#include "ui/WrapAnywhereLabel.h"
 
 #include <QApplication>
 #include <QDateTime>
 #include <QFile>
-#include <QFormLayout>
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -26,6 +26,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace ringfold {
 
@@ -92,14 +93,14 @@ PreviewPane::PreviewPane(SettingsStore& settings, Actions actions, QWidget* pare
     column->setSpacing(8);
     auto* header = new QHBoxLayout;
     m_icon = new QLabel(page);
-    m_name = new QLabel(page);
-    m_name->setWordWrap(true);
-    m_name->setTextFormat(Qt::PlainText);
+    m_name = new WrapAnywhereLabel({}, page);
+    m_name->setMaximumLines(3);
+    m_name->setBreakAnywhere(true);
     QFont bold = m_name->font();
     bold.setBold(true);
     m_name->setFont(bold);
-    header->addWidget(m_icon);
-    header->addWidget(m_name, 1);
+    header->addWidget(m_icon, 0, Qt::AlignTop);
+    header->addWidget(m_name, 1, Qt::AlignVCenter);
     column->addLayout(header);
     auto* buttons = new QHBoxLayout;
     QToolButton* reveal = m_reveal =
@@ -135,10 +136,18 @@ PreviewPane::PreviewPane(SettingsStore& settings, Actions actions, QWidget* pare
     for (QWidget* w : {static_cast<QWidget*>(m_bigIcon), static_cast<QWidget*>(m_image),
                        static_cast<QWidget*>(m_text)})
         m_preview->addWidget(w);
+    // The live preview takes what the header and the facts leave, down to nothing in
+    // a short window.
+    m_preview->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Ignored);
     column->addWidget(m_preview, 1);
     column->addWidget(rule(page));
     m_facts = new QWidget(page);
-    new QFormLayout(m_facts);
+    // Each label above its value: the values get the pane's whole width, and a path
+    // wraps over a few lines rather than squeezing beside its label. (A box gives
+    // wrapped values the height they need; a form layout's wrapped rows fall short.)
+    auto* facts = new QVBoxLayout(m_facts);
+    facts->setContentsMargins(0, 0, 0, 0);
+    facts->setSpacing(1);
     column->addWidget(m_facts);
     m_shared = new QWidget(page);
     auto* sharedRow = new QHBoxLayout(m_shared);
@@ -181,16 +190,23 @@ void PreviewPane::rebuild() {
     m_name->setText(decoded(n.name()));
     m_preview->setCurrentWidget(m_bigIcon);
 
-    auto* form = static_cast<QFormLayout*>(m_facts->layout());
-    while (form->rowCount() > 0)
-        form->removeRow(0);
+    auto* facts = static_cast<QVBoxLayout*>(m_facts->layout());
+    while (QLayoutItem* item = facts->takeAt(0)) {
+        delete item->widget();
+        delete item;
+    }
     auto add = [&](const char* label, const QString& value) {
-        auto* v = new QLabel(value, m_facts);
-        v->setTextFormat(Qt::PlainText);
-        v->setWordWrap(true);
-        v->setTextInteractionFlags(Qt::TextSelectableByMouse);
+        if (facts->count() > 0)
+            facts->addSpacing(5);
+        auto* name = new QLabel(QString::fromUtf8(label), m_facts);
+        name->setForegroundRole(QPalette::PlaceholderText);
+        auto* v = new WrapAnywhereLabel(value, m_facts);
         v->setObjectName(QString::fromUtf8(label));
-        form->addRow(QString::fromUtf8(label), v);
+        const bool path = std::strcmp(label, "Path") == 0;
+        v->setMaximumLines(path ? 6 : 3);
+        v->setBreakAnywhere(path);
+        facts->addWidget(name);
+        facts->addWidget(v);
     };
     add("Kind", kindDescription(std::string(n.name()), n.isDirectory()));
     const bool zeroed = n.sharesStorage() && n.allocatedSize() == 0;
@@ -240,7 +256,7 @@ void PreviewPane::loadPreview() {
 }
 
 QString PreviewPane::factText(const QString& label) const {
-    auto* value = m_facts->findChild<QLabel*>(label);
+    auto* value = m_facts->findChild<WrapAnywhereLabel*>(label);
     return value ? value->text() : QString();
 }
 

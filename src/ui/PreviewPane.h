@@ -21,6 +21,7 @@ class QToolButton;
 namespace ringfold {
 
 class SettingsStore;
+class WrapAnywhereLabel;
 
 class PreviewPane : public QWidget {
     Q_OBJECT
@@ -64,7 +65,7 @@ private:
     QWidget* m_divider = nullptr;
     QStackedWidget* m_pages = nullptr;
     QLabel* m_icon = nullptr;
-    QLabel* m_name = nullptr;
+    WrapAnywhereLabel* m_name = nullptr;
     QToolButton* m_info = nullptr;
     QToolButton* m_reveal = nullptr;
     QToolButton* m_look = nullptr;
