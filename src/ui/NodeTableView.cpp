@@ -132,8 +132,7 @@ void NodeTableView::selectionChanged(const QItemSelection& selected,
     FileNode* node = selectedRowNode();
     if (!node)
         return; // a row that left the list takes no selection away from the window
-    m_window.setSelectedNode(node->shared());
-    m_window.app().chart().setMapSelectionID(node->id());
+    m_window.setSelectedNode(node->shared()); // the map follows the window's selection
 }
 
 void NodeTableView::showWindowSelection() {

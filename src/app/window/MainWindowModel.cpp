@@ -127,6 +127,10 @@ void MainWindowModel::setSelectedNode(NodePtr node) {
     if (m_selectedNode == node)
         return;
     m_selectedNode = std::move(node);
+    // One selection for the whole window: the map marks what the lists and the preview
+    // show, whichever of them chose it.
+    ChartViewModel& chart = m_app.chart();
+    chart.setMapSelectionID(m_selectedNode ? std::optional(m_selectedNode->id()) : std::nullopt);
     emit selectedNodeChanged();
 }
 
