@@ -135,6 +135,16 @@ void NodeTableView::selectionChanged(const QItemSelection& selected,
     m_window.setSelectedNode(node->shared()); // the map follows the window's selection
 }
 
+// When the current row goes (a trash, a move), Qt makes the next row current, and in
+// single selection that selects it: the window would select a file the user never
+// picked, and the next Delete would offer it for the Trash. No row stays current.
+void NodeTableView::rowsAboutToBeRemoved(const QModelIndex& parent, int start, int end) {
+    const QModelIndex current = currentIndex();
+    if (current.isValid() && !parent.isValid() && current.row() >= start && current.row() <= end)
+        selectionModel()->clearCurrentIndex();
+    QTreeView::rowsAboutToBeRemoved(parent, start, end);
+}
+
 void NodeTableView::showWindowSelection() {
     const NodePtr& node = m_window.selectedNode();
     const int row = m_model->rowOf(node.get());

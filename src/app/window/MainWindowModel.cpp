@@ -177,6 +177,13 @@ void MainWindowModel::classifyJunk() {
 
 void MainWindowModel::refreshAfterTreeChange() {
     const NodePtr& root = m_app.chart().rootNode();
+    // A selected item that was trashed or moved away is in no list any more; keeping it
+    // would leave the preview on a file that is gone and point Delete at it again.
+    const FileNode* n = m_selectedNode.get();
+    while (n && n != root.get())
+        n = n->parent();
+    if (!n)
+        setSelectedNode(nullptr);
     // The sidebar's "indexed" size follows the tree the operation changed.
     SidebarViewModel& sidebar = m_app.sidebar();
     if (const auto id = sidebar.selectedSourceID(); id && root)
