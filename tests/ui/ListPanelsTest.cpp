@@ -247,6 +247,12 @@ private slots:
         QTest::mouseClick(panels->pickerButton(Panel::biggestFiles), Qt::LeftButton);
         QVERIFY(m_model->activePanel() == Panel::biggestFiles &&
                 panels->currentPanel() == biggestView());
+        // In a window of ordinary width the path shrinks before any column goes.
+        m_window->resize(1300, 720);
+        NodeTableView* biggest = biggestView()->table();
+        QTRY_COMPARE(biggest->viewport()->width() > 800, true);
+        for (int c = 0; c < biggest->model()->columnCount(); ++c)
+            QVERIFY2(!biggest->isColumnHidden(c), qPrintable(QString::number(c)));
 
         m_window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
