@@ -1,11 +1,12 @@
 // The main window offscreen over real scans of a fixture tree: breadcrumbs and map
 // history, the commands, and the scanning overlay, whose scan the test releases step
 // by step so that its counts can be seen to grow, from start to Cancel and to the map;
-// real trashes and moves through the cleanup bar and Delete.
+// the cleanup bar's buttons, and real trashes and moves through them.
 
 #include "ui/MainWindow.h"
 #include "app/AppTestSupport.h"
 #include "app/coordination/ScanCoordinator.h"
+#include "app/operations/FileOperations.h"
 #include "app/window/MainWindowModel.h"
 #include "core/scan/ScanEngine.h"
 #include "ui/BiggestFilesModel.h"
@@ -94,6 +95,7 @@ private slots:
     void initTestCase() {
         m_fx.writeFiles({{"home/a/x/1", 40000}, {"home/a/2", 9000}, {"home/b/3", 70000}});
         m_fx.writeFiles({{"home/b/c/4", 1000}, {"mountinfo", 0}});
+        m_fx.writeFiles({{"home/cloud.nextcloud", 10}, {"home/empty.txt", 0}});
         m_fx.writeFile(kNotes, 5000);
         m_fx.deepChain("home/deep", 23, "a-rather-long-folder-name");
         qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_fx.fullPath("data")));
@@ -207,6 +209,52 @@ private slots:
         QVERIFY(scanHome() && !overlay->isVisible());
         QCOMPARE(m_window->breadcrumb()->crumbButtons().size(), 1);
         QCOMPARE(m_window->windowTitle(), QStringLiteral("home — Ringfold"));
+    }
+
+    // What the bar offers for what the list holds ("E" enabled, "-" disabled, "h"
+    // hidden: copy, move, remove download, trash, clear), and no new operation while one
+    // runs.
+    void cleanupBarEnablement() {
+        QVERIFY(scanHome());
+        CleanupListBar* bar = m_window->cleanupBar();
+        CleanupListStore& list = m_app->cleanupList();
+        auto buttons = [bar] {
+            QString out;
+            for (QPushButton* b :
+                 {bar->copyButton(), bar->moveButton(), bar->removeDownloadButton(),
+                  bar->trashButton(), bar->clearButton()})
+                out += b->isHidden() ? 'h' : b->isEnabled() ? 'E' : '-';
+            return out;
+        };
+        const std::pair<std::vector<const char*>, const char*> cases[] = {
+            {{}, "-----"},
+            {{"cloud.nextcloud"}, "EE--E"}, // only placeholders: nothing to trash
+            {{"empty.txt"}, "---EE"},       // nothing to move or copy
+            {{"a", "cloud.nextcloud"}, "EE-EE"},
+        };
+        for (const auto& [items, expected] : cases) {
+            list.clear();
+            for (const char* item : items)
+                list.add(node(item));
+            QCOMPARE(buttons(), QString(expected));
+        }
+
+        std::atomic<bool> entered{false}, release{false};
+        m_model->fileOperations().setMover(
+            [&](const std::string& from, const std::string& to, FileTransfer::Report* r) {
+                entered = true;
+                while (!release)
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                return FileTransfer::move(from, to, r);
+            });
+        m_fx.makeFolder("parked");
+        m_model->moveTo({node("empty.txt")}, QString::fromStdString(m_fx.fullPath("parked")));
+        QTRY_VERIFY(entered.load());
+        QVERIFY(bar->cancelButton()->isVisible());
+        QCOMPARE(buttons(), QStringLiteral("----E"));
+        release = true;
+        QTRY_VERIFY(!m_model->operationRunning());
+        QCOMPARE(buttons(), QStringLiteral("EE-EE"));
     }
 
     // Last: it trashes and moves the fixture's files. The bar and Delete open the
