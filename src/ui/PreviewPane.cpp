@@ -21,6 +21,7 @@
 #include <QPointer>
 #include <QStackedWidget>
 #include <QThreadPool>
+#include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -129,6 +130,17 @@ PreviewPane::PreviewPane(SettingsStore& settings, Actions actions, QWidget* pare
     m_bigIcon->setAlignment(Qt::AlignCenter);
     m_image = new QLabel(m_preview);
     m_image->setAlignment(Qt::AlignCenter);
+    // The picture follows the pane's size (see resizeEvent) rather than dictate it.
+    m_image->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+    m_rescale = new QTimer(this);
+    m_rescale->setSingleShot(true);
+    m_rescale->setInterval(120);
+    connect(m_rescale, &QTimer::timeout, this, [this] {
+        if (m_node && m_preview->currentWidget() == m_image && previewBox() != m_imageBox) {
+            ++m_generation; // a read still under way for the old size is dropped
+            loadPreview();
+        }
+    });
     m_text = new QPlainTextEdit(m_preview);
     m_text->setReadOnly(true);
     m_text->setLineWrapMode(QPlainTextEdit::NoWrap);
@@ -233,18 +245,18 @@ void PreviewPane::loadPreview() {
         return;
     }
     const quint64 generation = m_generation;
-    const QSize box =
-        QSize(std::max(width() - 40, 64), std::max(m_preview->height(), 160)) * devicePixelRatioF();
+    const QSize box = previewBox();
     QPointer<PreviewPane> self(this);
     QThreadPool::globalInstance()->start([self, generation, box, path = m_node->url()] {
         PreviewContent content = PreviewContent::load(path, box);
-        QMetaObject::invokeMethod(qApp, [self, generation, content = std::move(content)] {
+        QMetaObject::invokeMethod(qApp, [self, generation, box, content = std::move(content)] {
             if (!self || self->m_generation != generation)
                 return; // another node was selected meanwhile
             if (content.kind == PreviewContent::Kind::image) {
                 QPixmap picture = QPixmap::fromImage(content.image);
                 picture.setDevicePixelRatio(self->devicePixelRatioF());
                 self->m_image->setPixmap(picture);
+                self->m_imageBox = box;
                 self->m_preview->setCurrentWidget(self->m_image);
             } else if (content.kind == PreviewContent::Kind::text) {
                 self->m_text->setPlainText(content.text);
@@ -253,6 +265,20 @@ void PreviewPane::loadPreview() {
             emit self->previewLoaded();
         });
     });
+}
+
+// The room the live preview has, in device pixels.
+QSize PreviewPane::previewBox() const {
+    return QSize(std::max(width() - 40, 64), std::max(m_preview->height(), 160)) *
+           devicePixelRatioF();
+}
+
+// A picture is read again for the new size once the resizing pauses: scaling the
+// shown one would blur it when the pane grows.
+void PreviewPane::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    if (m_node && m_preview->currentWidget() == m_image)
+        m_rescale->start();
 }
 
 QString PreviewPane::factText(const QString& label) const {

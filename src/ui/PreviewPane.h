@@ -16,6 +16,7 @@
 class QLabel;
 class QPlainTextEdit;
 class QStackedWidget;
+class QTimer;
 class QToolButton;
 
 namespace ringfold {
@@ -52,10 +53,12 @@ signals:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void rebuild();
     void loadPreview();
+    QSize previewBox() const;
     void setPaneWidth(int width, bool persist);
 
     SettingsStore& m_settings;
@@ -71,6 +74,8 @@ private:
     QToolButton* m_look = nullptr;
     QStackedWidget* m_preview = nullptr;
     QLabel* m_image = nullptr;
+    QSize m_imageBox; // the box the shown picture was scaled to (device pixels)
+    QTimer* m_rescale = nullptr;
     QPlainTextEdit* m_text = nullptr;
     QLabel* m_bigIcon = nullptr;
     QWidget* m_facts = nullptr;
