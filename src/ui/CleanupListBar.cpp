@@ -37,9 +37,9 @@ CleanupListBar::CleanupListBar(MainWindowModel& model, QWidget* parent)
     m_pages = new QStackedLayout(this);
 
     auto* listPage = new QWidget(this);
-    auto* row = new QHBoxLayout(listPage);
-    row->setContentsMargins(12, 6, 16, 6);
-    row->setSpacing(8);
+    m_listRow = new QBoxLayout(QBoxLayout::LeftToRight, listPage);
+    m_listRow->setContentsMargins(12, 6, 16, 6);
+    m_listRow->setSpacing(8);
     m_count = new QLabel(listPage);
     QFont semibold = m_count->font();
     semibold.setWeight(QFont::DemiBold);
@@ -67,10 +67,17 @@ CleanupListBar::CleanupListBar(MainWindowModel& model, QWidget* parent)
     m_clear = button(QStringLiteral("Clear Selection"),
                      QStringLiteral("Clear the cleanup list (Ctrl+D)"), listPage);
     m_clear->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_D));
-    row->addWidget(m_count);
-    row->addWidget(m_totals, 1);
+    m_infoRow = new QHBoxLayout;
+    m_infoRow->setSpacing(8);
+    m_infoRow->addWidget(m_count);
+    m_infoRow->addWidget(m_totals, 1);
+    m_buttonRow = new QHBoxLayout;
+    m_buttonRow->setSpacing(8);
+    m_buttonRow->addStretch(1);
     for (QPushButton* b : {m_copy, m_move, m_removeDownload, m_trash, m_clear})
-        row->addWidget(b);
+        m_buttonRow->addWidget(b);
+    m_listRow->addLayout(m_infoRow, 1);
+    m_listRow->addLayout(m_buttonRow);
     m_pages->addWidget(listPage);
 
     auto* operationPage = new QWidget(this);
@@ -112,6 +119,31 @@ CleanupListBar::CleanupListBar(MainWindowModel& model, QWidget* parent)
     refreshOperation();
 }
 
+// A narrow bar puts the count and the totals above the buttons, so only the buttons
+// (or the operation's line) set the narrowest width it can take.
+QSize CleanupListBar::minimumSizeHint() const {
+    const QMargins m = m_listRow->contentsMargins();
+    const int narrow = std::max(m_buttonRow->minimumSize().width() + m.left() + m.right(),
+                                m_pages->widget(1)->minimumSizeHint().width());
+    QSize size = QWidget::minimumSizeHint();
+    size.setWidth(std::min(size.width(), narrow));
+    return size;
+}
+
+// One row while the count, some room for the totals and the buttons fit side by side.
+void CleanupListBar::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    constexpr int kTotalsRoom = 200;
+    const QMargins m = m_listRow->contentsMargins();
+    const int oneRow = m.left() + m_infoRow->minimumSize().width() + kTotalsRoom +
+                       m_listRow->spacing() + m_buttonRow->minimumSize().width() + m.right();
+    const auto direction = width() >= oneRow ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom;
+    if (m_listRow->direction() != direction) {
+        m_listRow->setDirection(direction);
+        updateGeometry(); // two rows are taller
+    }
+}
+
 QString CleanupListBar::countText() const {
     return m_count->text();
 }
@@ -142,12 +174,13 @@ void CleanupListBar::refresh() {
     if (moveCopy >= 1)
         totals << QStringLiteral("To Move/Copy %1").arg(bytes(moveCopy));
     m_totals->setText(totals.join(QStringLiteral("   ")));
-    m_copy->setEnabled(moveCopy >= 1);
-    m_move->setEnabled(moveCopy >= 1);
-    // No cloud provider on this platform offers eviction yet: the button appears only
-    // when something could be evicted, which keeps the bar within the window's minimum.
-    m_removeDownload->setVisible(evict >= 1);
-    m_trash->setEnabled(!FileOperations::trashableItems(list).empty());
+    // One operation at a time: while one runs (or a scan is being saved) the buttons
+    // that would start another wait.
+    const bool idle = m_model.canStartOperation();
+    m_copy->setEnabled(idle && moveCopy >= 1);
+    m_move->setEnabled(idle && moveCopy >= 1);
+    m_removeDownload->setEnabled(idle && evict >= 1);
+    m_trash->setEnabled(idle && !FileOperations::trashableItems(list).empty());
     m_clear->setEnabled(n > 0);
 }
 
@@ -167,8 +200,7 @@ void CleanupListBar::refreshOperation() {
                                                : 0.0;
         m_progress->setValue(int(done * 1000));
     }
-    if (!running)
-        refresh();
+    refresh();
 }
 
 void CleanupListBar::paintEvent(QPaintEvent*) {

@@ -8,6 +8,8 @@
 
 #include <QWidget>
 
+class QBoxLayout;
+class QHBoxLayout;
 class QLabel;
 class QProgressBar;
 class QPushButton;
@@ -32,6 +34,7 @@ public:
     QString countText() const;
     QString totalsText() const;
     QString statusText() const;
+    QSize minimumSizeHint() const override;
 
 signals:
     /// "Copy to…": the window asks for a destination, then copies the list there.
@@ -39,6 +42,7 @@ signals:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void refresh();
@@ -46,6 +50,9 @@ private:
 
     MainWindowModel& m_model;
     QStackedLayout* m_pages = nullptr;
+    QBoxLayout* m_listRow = nullptr; // the info and the buttons: side by side or stacked
+    QHBoxLayout* m_infoRow = nullptr;
+    QHBoxLayout* m_buttonRow = nullptr;
     QLabel* m_count = nullptr;
     QLabel* m_totals = nullptr;
     QPushButton* m_copy = nullptr;

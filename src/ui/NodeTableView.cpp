@@ -101,21 +101,26 @@ void NodeTableView::resizeEvent(QResizeEvent* event) {
     fitColumns();
 }
 
-// In a narrow window the name keeps room to be read: the columns that yield (kind,
-// date, path) give way, last ones first, and come back when there is room again.
+// In a narrow window the stretching column (the name, or the biggest files' path)
+// shrinks first, down to the room it needs to be read; then the other columns that
+// yield (kind, date, sizes) give way, last ones first, and a stretching column that
+// yields goes last of all. They come back when there is room again.
 void NodeTableView::fitColumns() {
-    constexpr int kNameRoom = 150;
-    int needed = kNameRoom;
+    constexpr int kStretchRoom = 150;
+    const int room = viewport()->width();
+    int needed = kStretchRoom;
     for (const ColumnWidth& w : m_widths)
         if (!w.yields && w.mode != ColumnWidth::stretch)
             needed += w.width;
     for (std::size_t c = 0; c < m_widths.size(); ++c) {
-        if (!m_widths[c].yields)
+        const ColumnWidth& w = m_widths[c];
+        if (!w.yields)
             continue;
-        const bool fits = needed + m_widths[c].width <= viewport()->width();
+        const bool stretches = w.mode == ColumnWidth::stretch;
+        const bool fits = stretches ? needed <= room : needed + w.width <= room;
         setColumnHidden(static_cast<int>(c), !fits);
-        if (fits)
-            needed += m_widths[c].width;
+        if (fits && !stretches)
+            needed += w.width;
     }
 }
 
@@ -132,8 +137,17 @@ void NodeTableView::selectionChanged(const QItemSelection& selected,
     FileNode* node = selectedRowNode();
     if (!node)
         return; // a row that left the list takes no selection away from the window
-    m_window.setSelectedNode(node->shared());
-    m_window.app().chart().setMapSelectionID(node->id());
+    m_window.setSelectedNode(node->shared()); // the map follows the window's selection
+}
+
+// When the current row goes (a trash, a move), Qt makes the next row current, and in
+// single selection that selects it: the window would select a file the user never
+// picked, and the next Delete would offer it for the Trash. No row stays current.
+void NodeTableView::rowsAboutToBeRemoved(const QModelIndex& parent, int start, int end) {
+    const QModelIndex current = currentIndex();
+    if (current.isValid() && !parent.isValid() && current.row() >= start && current.row() <= end)
+        selectionModel()->clearCurrentIndex();
+    QTreeView::rowsAboutToBeRemoved(parent, start, end);
 }
 
 void NodeTableView::showWindowSelection() {

@@ -27,7 +27,7 @@ class NodeTableView : public QTreeView {
 public:
     /// A column's width: fixed, stretching to the room left, or a starting width the
     /// user may change. A column that `yields` is hidden while the table is too narrow
-    /// for it (last ones first).
+    /// for it (last ones first); a stretching one shrinks first and is hidden last.
     struct ColumnWidth {
         enum Mode { fixed, stretch, interactive } mode;
         int width;
@@ -55,6 +55,7 @@ protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
     void selectionChanged(const QItemSelection& selected,
                           const QItemSelection& deselected) override;
+    void rowsAboutToBeRemoved(const QModelIndex& parent, int start, int end) override;
 
 private:
     void hover(std::optional<NodeID> id);

@@ -6,11 +6,11 @@
 #include "core/model/Tree.h"
 #include "ui/PreviewContent.h"
 #include "ui/Symbols.h"
+#include "ui/WrapAnywhereLabel.h"
 
 #include <QApplication>
 #include <QDateTime>
 #include <QFile>
-#include <QFormLayout>
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -21,11 +21,13 @@
 #include <QPointer>
 #include <QStackedWidget>
 #include <QThreadPool>
+#include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace ringfold {
 
@@ -92,14 +94,14 @@ PreviewPane::PreviewPane(SettingsStore& settings, Actions actions, QWidget* pare
     column->setSpacing(8);
     auto* header = new QHBoxLayout;
     m_icon = new QLabel(page);
-    m_name = new QLabel(page);
-    m_name->setWordWrap(true);
-    m_name->setTextFormat(Qt::PlainText);
+    m_name = new WrapAnywhereLabel({}, page);
+    m_name->setMaximumLines(3);
+    m_name->setBreakAnywhere(true);
     QFont bold = m_name->font();
     bold.setBold(true);
     m_name->setFont(bold);
-    header->addWidget(m_icon);
-    header->addWidget(m_name, 1);
+    header->addWidget(m_icon, 0, Qt::AlignTop);
+    header->addWidget(m_name, 1, Qt::AlignVCenter);
     column->addLayout(header);
     auto* buttons = new QHBoxLayout;
     QToolButton* reveal = m_reveal =
@@ -128,6 +130,17 @@ PreviewPane::PreviewPane(SettingsStore& settings, Actions actions, QWidget* pare
     m_bigIcon->setAlignment(Qt::AlignCenter);
     m_image = new QLabel(m_preview);
     m_image->setAlignment(Qt::AlignCenter);
+    // The picture follows the pane's size (see resizeEvent) rather than dictate it.
+    m_image->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+    m_rescale = new QTimer(this);
+    m_rescale->setSingleShot(true);
+    m_rescale->setInterval(120);
+    connect(m_rescale, &QTimer::timeout, this, [this] {
+        if (m_node && m_preview->currentWidget() == m_image && previewBox() != m_imageBox) {
+            ++m_generation; // a read still under way for the old size is dropped
+            loadPreview();
+        }
+    });
     m_text = new QPlainTextEdit(m_preview);
     m_text->setReadOnly(true);
     m_text->setLineWrapMode(QPlainTextEdit::NoWrap);
@@ -135,10 +148,18 @@ PreviewPane::PreviewPane(SettingsStore& settings, Actions actions, QWidget* pare
     for (QWidget* w : {static_cast<QWidget*>(m_bigIcon), static_cast<QWidget*>(m_image),
                        static_cast<QWidget*>(m_text)})
         m_preview->addWidget(w);
+    // The live preview takes what the header and the facts leave, down to nothing in
+    // a short window.
+    m_preview->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Ignored);
     column->addWidget(m_preview, 1);
     column->addWidget(rule(page));
     m_facts = new QWidget(page);
-    new QFormLayout(m_facts);
+    // Each label above its value: the values get the pane's whole width, and a path
+    // wraps over a few lines rather than squeezing beside its label. (A box gives
+    // wrapped values the height they need; a form layout's wrapped rows fall short.)
+    auto* facts = new QVBoxLayout(m_facts);
+    facts->setContentsMargins(0, 0, 0, 0);
+    facts->setSpacing(1);
     column->addWidget(m_facts);
     m_shared = new QWidget(page);
     auto* sharedRow = new QHBoxLayout(m_shared);
@@ -181,16 +202,23 @@ void PreviewPane::rebuild() {
     m_name->setText(decoded(n.name()));
     m_preview->setCurrentWidget(m_bigIcon);
 
-    auto* form = static_cast<QFormLayout*>(m_facts->layout());
-    while (form->rowCount() > 0)
-        form->removeRow(0);
+    auto* facts = static_cast<QVBoxLayout*>(m_facts->layout());
+    while (QLayoutItem* item = facts->takeAt(0)) {
+        delete item->widget();
+        delete item;
+    }
     auto add = [&](const char* label, const QString& value) {
-        auto* v = new QLabel(value, m_facts);
-        v->setTextFormat(Qt::PlainText);
-        v->setWordWrap(true);
-        v->setTextInteractionFlags(Qt::TextSelectableByMouse);
+        if (facts->count() > 0)
+            facts->addSpacing(5);
+        auto* name = new QLabel(QString::fromUtf8(label), m_facts);
+        name->setForegroundRole(QPalette::PlaceholderText);
+        auto* v = new WrapAnywhereLabel(value, m_facts);
         v->setObjectName(QString::fromUtf8(label));
-        form->addRow(QString::fromUtf8(label), v);
+        const bool path = std::strcmp(label, "Path") == 0;
+        v->setMaximumLines(path ? 6 : 3);
+        v->setBreakAnywhere(path);
+        facts->addWidget(name);
+        facts->addWidget(v);
     };
     add("Kind", kindDescription(std::string(n.name()), n.isDirectory()));
     const bool zeroed = n.sharesStorage() && n.allocatedSize() == 0;
@@ -217,18 +245,18 @@ void PreviewPane::loadPreview() {
         return;
     }
     const quint64 generation = m_generation;
-    const QSize box =
-        QSize(std::max(width() - 40, 64), std::max(m_preview->height(), 160)) * devicePixelRatioF();
+    const QSize box = previewBox();
     QPointer<PreviewPane> self(this);
     QThreadPool::globalInstance()->start([self, generation, box, path = m_node->url()] {
         PreviewContent content = PreviewContent::load(path, box);
-        QMetaObject::invokeMethod(qApp, [self, generation, content = std::move(content)] {
+        QMetaObject::invokeMethod(qApp, [self, generation, box, content = std::move(content)] {
             if (!self || self->m_generation != generation)
                 return; // another node was selected meanwhile
             if (content.kind == PreviewContent::Kind::image) {
                 QPixmap picture = QPixmap::fromImage(content.image);
                 picture.setDevicePixelRatio(self->devicePixelRatioF());
                 self->m_image->setPixmap(picture);
+                self->m_imageBox = box;
                 self->m_preview->setCurrentWidget(self->m_image);
             } else if (content.kind == PreviewContent::Kind::text) {
                 self->m_text->setPlainText(content.text);
@@ -239,8 +267,22 @@ void PreviewPane::loadPreview() {
     });
 }
 
+// The room the live preview has, in device pixels.
+QSize PreviewPane::previewBox() const {
+    return QSize(std::max(width() - 40, 64), std::max(m_preview->height(), 160)) *
+           devicePixelRatioF();
+}
+
+// A picture is read again for the new size once the resizing pauses: scaling the
+// shown one would blur it when the pane grows.
+void PreviewPane::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    if (m_node && m_preview->currentWidget() == m_image)
+        m_rescale->start();
+}
+
 QString PreviewPane::factText(const QString& label) const {
-    auto* value = m_facts->findChild<QLabel*>(label);
+    auto* value = m_facts->findChild<WrapAnywhereLabel*>(label);
     return value ? value->text() : QString();
 }
 

@@ -16,11 +16,13 @@
 class QLabel;
 class QPlainTextEdit;
 class QStackedWidget;
+class QTimer;
 class QToolButton;
 
 namespace ringfold {
 
 class SettingsStore;
+class WrapAnywhereLabel;
 
 class PreviewPane : public QWidget {
     Q_OBJECT
@@ -51,10 +53,12 @@ signals:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void rebuild();
     void loadPreview();
+    QSize previewBox() const;
     void setPaneWidth(int width, bool persist);
 
     SettingsStore& m_settings;
@@ -64,12 +68,14 @@ private:
     QWidget* m_divider = nullptr;
     QStackedWidget* m_pages = nullptr;
     QLabel* m_icon = nullptr;
-    QLabel* m_name = nullptr;
+    WrapAnywhereLabel* m_name = nullptr;
     QToolButton* m_info = nullptr;
     QToolButton* m_reveal = nullptr;
     QToolButton* m_look = nullptr;
     QStackedWidget* m_preview = nullptr;
     QLabel* m_image = nullptr;
+    QSize m_imageBox; // the box the shown picture was scaled to (device pixels)
+    QTimer* m_rescale = nullptr;
     QPlainTextEdit* m_text = nullptr;
     QLabel* m_bigIcon = nullptr;
     QWidget* m_facts = nullptr;

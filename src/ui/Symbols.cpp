@@ -25,8 +25,9 @@ struct SymbolName {
     const char* freedesktop; // null: always bundled
 };
 
-// Chart, drive and "sparkles" symbols stay bundled: themes draw them in styles that
-// clash with the rest of the toolbar, or not at all.
+// Every symbol the window draws, each with a bundled SVG so that it shows without an
+// icon theme. Chart, drive, category and badge symbols stay bundled even with a theme:
+// themes draw them in styles that clash with the rest of the toolbar, or not at all.
 constexpr SymbolName kSymbols[] = {
     {"house", "go-home"},
     {"chevron.backward", "go-previous"},
@@ -51,10 +52,25 @@ constexpr SymbolName kSymbols[] = {
     {"magnifyingglass", "system-search"},
     {"info.circle", "dialog-information"},
     {"eye", "view-preview"},
+    {"eye.slash", nullptr},
+    {"ellipsis.circle", nullptr},
     {"link", "insert-link"},
-    {"lock", "object-locked"},
+    {"lock.fill", nullptr},
     {"doc", "text-x-generic"},
+    {"checkmark.circle", nullptr},
+    {"icloud", nullptr},
+    {"icloud.fill", nullptr},
     {"cup.and.saucer.fill", nullptr},
+    // The file categories'.
+    {"app.badge", nullptr},
+    {"photo", nullptr},
+    {"film", nullptr},
+    {"music.note", nullptr},
+    {"doc.text", nullptr},
+    {"shippingbox", nullptr},
+    {"hammer", nullptr},
+    {"gearshape.2", nullptr},
+    {"questionmark.folder", nullptr},
 };
 
 const SymbolName* find(const char* symbol) {
@@ -133,6 +149,13 @@ void initUiResources() {
         return true;
     }();
     (void)once;
+}
+
+std::vector<const char*> symbolNames() {
+    std::vector<const char*> names;
+    for (const SymbolName& s : kSymbols)
+        names.push_back(s.symbol);
+    return names;
 }
 
 const char* freedesktopIconName(const char* designSymbolName) {

@@ -10,6 +10,8 @@
 
 #include <QIcon>
 
+#include <vector>
+
 namespace ringfold {
 
 /// The icon of a symbol; a null icon for a name neither the theme nor the bundle has.
@@ -17,6 +19,8 @@ QIcon symbolIcon(const char* designSymbolName);
 /// A bundled symbol always drawn in `colour` (for icons on accent-coloured buttons);
 /// the theme's icon when the symbol is not bundled.
 QIcon symbolIcon(const char* designSymbolName, const QColor& colour);
+/// Every symbol name the window uses, each of which has a bundled SVG.
+std::vector<const char*> symbolNames();
 /// The freedesktop icon name the symbol maps to, or null when it has none.
 const char* freedesktopIconName(const char* designSymbolName);
 /// Makes the program's compiled-in resources (icons, quotes) reachable: needed once

@@ -127,8 +127,8 @@ private slots:
         QCOMPARE(rows.index(0, 0, photos).data().toString(), "p130.jpg");
         QCOMPARE(rows.index(25, 0, photos).data().toString(), "…and 5 more — largest 25 shown");
 
-        // The checkbox toggles the cleanup list; the rest of the row selects the node,
-        // and a selection made elsewhere selects the row.
+        // The checkbox toggles the cleanup list; the rest of the row selects the node
+        // (for the map too), and a selection made elsewhere selects the row.
         const QModelIndex first = rows.index(0, 0, photos);
         FileNode* p130 = rows.node(first);
         click(view.list(), first,
@@ -136,6 +136,7 @@ private slots:
         QVERIFY(cleanup().contains(*p130));
         click(view.list(), rows.index(1, 0, photos));
         QCOMPARE(m_model->selectedNode().get(), rows.node(rows.index(1, 0, photos)));
+        QCOMPARE(m_app->chart().mapSelectionID(), m_model->selectedNode()->id());
         QVERIFY(cleanup().contains(*p130) && cleanup().count() == 1);
         m_model->setSelectedNode(p130->shared());
         QCOMPARE(view.list()->currentIndex(), first);
@@ -212,6 +213,7 @@ private slots:
         click(view.list(), rows.index(3, name), {}, Qt::ShiftModifier);
         QCOMPARE(apptest::names(cleanup().items()), (QStringList{"app.log.1", "app.log"}));
         QCOMPARE(m_model->selectedNode()->name(), ".old.log.2");
+        QCOMPARE(m_app->chart().mapSelectionID(), m_model->selectedNode()->id());
         QCOMPARE(view.list()->currentIndex().row(), 3);
 
         QCOMPARE(menuNode(view, view.list(), rows.index(7, name)), rows.item(7)->node.get());

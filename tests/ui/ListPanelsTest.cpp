@@ -7,6 +7,7 @@
 #include "core/model/DisplayGrouping.h"
 #include "ui/BiggestFilesModel.h"
 #include "ui/BiggestFilesView.h"
+#include "ui/ChartView.h"
 #include "ui/EmptyStateView.h"
 #include "ui/FileListModel.h"
 #include "ui/FileListView.h"
@@ -14,6 +15,7 @@
 #include "ui/MainWindow.h"
 #include "ui/NodeTableView.h"
 #include "ui/PanelStack.h"
+#include "ui/PreviewPane.h"
 
 #include <QAbstractButton>
 #include <QHeaderView>
@@ -52,6 +54,18 @@ class ListPanelsTest : public QObject {
     }
     QPoint centreOf(int row) {
         return folderView()->table()->visualRect(rows().index(row, 1)).center();
+    }
+    // Clicks the map where it draws `target`; false when it draws it nowhere.
+    bool clickOnMap(const FileNode* target) {
+        ChartView* map = m_window->chartView();
+        for (int y = 0; y < map->height(); y += 2)
+            for (int x = 0; x < map->width(); x += 2)
+                if (const int i = map->hitTest(QPointF(x, y)).index;
+                    i >= 0 && map->segments()[std::size_t(i)].node.get() == target) {
+                    QTest::mouseClick(map, Qt::LeftButton, {}, QPoint(x, y));
+                    return true;
+                }
+        return false;
     }
     // A menu's entries, "|" for a divider, " (off)" when disabled.
     static QStringList texts(const QMenu& menu) {
@@ -136,15 +150,23 @@ private slots:
 
     void selectionHoverAndActivation() {
         NodeTableView* table = folderView()->table();
-        // A row click selects the node for the window and the map.
+        // A row click selects the node for the window, the map and the preview.
         const int sub = rows().rowOf(node("sub")), file10 = rows().rowOf(node("file10.txt"));
         QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, centreOf(sub));
         QVERIFY(m_model->selectedNode().get() == node("sub") &&
-                chart().mapSelectionID() == node("sub")->id());
-        // A node selected elsewhere (a map click) selects its row in both lists.
+                chart().mapSelectionID() == node("sub")->id() &&
+                m_window->previewPane()->node().get() == node("sub"));
+        // A click on the map selects the row in both lists and shows it in the preview.
+        FileNode* big = node(node("big.bin")->allocatedSize() ? "big.bin" : "copy.bin");
+        QVERIFY(clickOnMap(big));
+        QVERIFY(chart().mapSelectionID() == big->id() && table->selectedRowNode() == big &&
+                biggestView()->table()->selectedRowNode() == big &&
+                m_window->previewPane()->node().get() == big);
+        // A node selected elsewhere (another panel) selects its row in both lists.
         m_model->setSelectedNode(node("file10.txt")->shared());
         QVERIFY(table->selectedRowNode() == node("file10.txt") &&
-                biggestView()->table()->selectedRowNode() == node("file10.txt"));
+                biggestView()->table()->selectedRowNode() == node("file10.txt") &&
+                chart().mapSelectionID() == node("file10.txt")->id());
 
         // Hover emphasises the row's segment, a group its aggregate; leaving clears.
         QTest::mouseMove(table->viewport(), centreOf(file10));
@@ -225,6 +247,12 @@ private slots:
         QTest::mouseClick(panels->pickerButton(Panel::biggestFiles), Qt::LeftButton);
         QVERIFY(m_model->activePanel() == Panel::biggestFiles &&
                 panels->currentPanel() == biggestView());
+        // In a window of ordinary width the path shrinks before any column goes.
+        m_window->resize(1300, 720);
+        NodeTableView* biggest = biggestView()->table();
+        QTRY_COMPARE(biggest->viewport()->width() > 800, true);
+        for (int c = 0; c < biggest->model()->columnCount(); ++c)
+            QVERIFY2(!biggest->isColumnHidden(c), qPrintable(QString::number(c)));
 
         m_window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(m_window.get()));

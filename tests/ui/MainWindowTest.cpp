@@ -1,19 +1,29 @@
 // The main window offscreen over real scans of a fixture tree: breadcrumbs and map
 // history, the commands, and the scanning overlay, whose scan the test releases step
-// by step so that its counts can be seen to grow, from start to Cancel and to the map.
+// by step so that its counts can be seen to grow, from start to Cancel and to the map;
+// the cleanup bar's buttons, and real trashes and moves through them.
 
 #include "ui/MainWindow.h"
 #include "app/AppTestSupport.h"
 #include "app/coordination/ScanCoordinator.h"
+#include "app/operations/FileOperations.h"
 #include "app/window/MainWindowModel.h"
 #include "core/scan/ScanEngine.h"
+#include "ui/BiggestFilesModel.h"
+#include "ui/BiggestFilesView.h"
 #include "ui/BreadcrumbView.h"
 #include "ui/ChartView.h"
 #include "ui/CleanupListBar.h"
+#include "ui/FileListModel.h"
+#include "ui/FileListView.h"
+#include "ui/NodeTableView.h"
+#include "ui/PanelStack.h"
+#include "ui/PreviewPane.h"
 #include "ui/ScanOverlay.h"
 #include "ui/SheetPresenter.h"
 
 #include <QAction>
+#include <QDateTime>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
@@ -21,9 +31,14 @@
 #include <QSlider>
 #include <QTest>
 #include <QToolButton>
+
+#include <filesystem>
+#include <fstream>
 #include <thread>
 
 using namespace ringfold;
+using Panel = MainWindowModel::Panel;
+namespace fs = std::filesystem;
 
 static std::atomic<int> g_allowedSteps{1000};
 
@@ -43,6 +58,9 @@ static std::optional<ScanResult> steppedScan(const std::string& path, std::stop_
     return engine.scan(path, stop);
 }
 
+// Its name needs escaping in the Trash's record of where it came from.
+static constexpr std::string_view kNotes = "home/notes 100% \xc3\xbc.txt";
+
 class MainWindowTest : public QObject {
     Q_OBJECT
 
@@ -58,6 +76,16 @@ class MainWindowTest : public QObject {
         chart().focus(test::at(chart().focusedNode().get(), name));
     }
     QAction* action(const char* name) { return m_window->findChild<QAction*>(name); }
+    NodePtr node(std::string_view rel) {
+        FileNode* n = test::at(chart().rootNode().get(), rel);
+        return n ? n->shared() : nullptr;
+    }
+    FileListView* folderView() {
+        return static_cast<FileListView*>(m_window->panels()->panel(Panel::folder));
+    }
+    BiggestFilesView* biggestView() {
+        return static_cast<BiggestFilesView*>(m_window->panels()->panel(Panel::biggestFiles));
+    }
     bool scanHome() {
         m_app->sidebar().setSelectedSourceID(home());
         return QTest::qWaitFor([this] { return chart().rootNode() && m_window->showsMap(); });
@@ -67,6 +95,8 @@ private slots:
     void initTestCase() {
         m_fx.writeFiles({{"home/a/x/1", 40000}, {"home/a/2", 9000}, {"home/b/3", 70000}});
         m_fx.writeFiles({{"home/b/c/4", 1000}, {"mountinfo", 0}});
+        m_fx.writeFiles({{"home/cloud.nextcloud", 10}, {"home/empty.txt", 0}});
+        m_fx.writeFile(kNotes, 5000);
         m_fx.deepChain("home/deep", 23, "a-rather-long-folder-name");
         qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_fx.fullPath("data")));
     }
@@ -181,8 +211,54 @@ private slots:
         QCOMPARE(m_window->windowTitle(), QStringLiteral("home — Ringfold"));
     }
 
-    // Last: it trashes and moves the fixture's files. The bar opens the sheets, the
-    // operations run off the GUI thread, and a failure ends in the one alert.
+    // What the bar offers for what the list holds ("E" enabled, "-" disabled, "h"
+    // hidden: copy, move, remove download, trash, clear), and no new operation while one
+    // runs.
+    void cleanupBarEnablement() {
+        QVERIFY(scanHome());
+        CleanupListBar* bar = m_window->cleanupBar();
+        CleanupListStore& list = m_app->cleanupList();
+        auto buttons = [bar] {
+            QString out;
+            for (QPushButton* b :
+                 {bar->copyButton(), bar->moveButton(), bar->removeDownloadButton(),
+                  bar->trashButton(), bar->clearButton()})
+                out += b->isHidden() ? 'h' : b->isEnabled() ? 'E' : '-';
+            return out;
+        };
+        const std::pair<std::vector<const char*>, const char*> cases[] = {
+            {{}, "-----"},
+            {{"cloud.nextcloud"}, "EE--E"}, // only placeholders: nothing to trash
+            {{"empty.txt"}, "---EE"},       // nothing to move or copy
+            {{"a", "cloud.nextcloud"}, "EE-EE"},
+        };
+        for (const auto& [items, expected] : cases) {
+            list.clear();
+            for (const char* item : items)
+                list.add(node(item));
+            QCOMPARE(buttons(), QString(expected));
+        }
+
+        std::atomic<bool> entered{false}, release{false};
+        m_model->fileOperations().setMover(
+            [&](const std::string& from, const std::string& to, FileTransfer::Report* r) {
+                entered = true;
+                while (!release)
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                return FileTransfer::move(from, to, r);
+            });
+        m_fx.makeFolder("parked");
+        m_model->moveTo({node("empty.txt")}, QString::fromStdString(m_fx.fullPath("parked")));
+        QTRY_VERIFY(entered.load());
+        QVERIFY(bar->cancelButton()->isVisible());
+        QCOMPARE(buttons(), QStringLiteral("----E"));
+        release = true;
+        QTRY_VERIFY(!m_model->operationRunning());
+        QCOMPARE(buttons(), QStringLiteral("EE-EE"));
+    }
+
+    // Last: it trashes and moves the fixture's files. The bar and Delete open the
+    // sheets, the operations run off the GUI thread, and a failure ends in the one alert.
     void cleanupBarSheetsAndAlert() {
         m_fx.writeFile("home/deep/f", 10);
         QVERIFY(scanHome());
@@ -192,32 +268,72 @@ private slots:
         m_fx.makeFolder("dest");
         CleanupListBar* bar = m_window->cleanupBar();
         CleanupListStore& list = m_app->cleanupList();
-        auto run = [&](QPushButton* button, const QString& title) {
-            QTest::mouseClick(button, Qt::LeftButton);
+        auto run = [&](const std::function<void()>& start, const QString& title) {
+            start();
             QTRY_VERIFY(sheets->currentDialog() && sheets->currentDialog()->isVisible());
             QCOMPARE(sheets->currentDialog()->windowTitle(), title);
             sheets->currentDialog()->accept();
             QTRY_VERIFY(!m_model->operationRunning());
+            QCoreApplication::processEvents(); // the window takes the result on its next turn
         };
-        for (const char* name : {"a", "b/c"})
-            list.add(test::at(chart().rootNode().get(), name)->shared());
-        QCOMPARE(bar->countText(), QStringLiteral("2 items selected"));
-        run(bar->trashButton(), QStringLiteral("Move 2 items to Trash?"));
-        QVERIFY(!QFile::exists(QString::fromStdString(m_fx.fullPath("home/a"))));
-        QVERIFY(QFile::exists(QString::fromStdString(m_fx.fullPath("data/Trash/files/c"))));
-        QCOMPARE(bar->countText(), QStringLiteral("No items in cleanup list"));
+        auto click = [](QPushButton* button) {
+            return [button] { QTest::mouseClick(button, Qt::LeftButton); };
+        };
 
-        list.add(test::at(chart().rootNode().get(), "b")->shared());
+        // Delete takes the selected file along with the list.
+        const std::string notesName(kNotes.substr(5));
+        const NodePtr gone[] = {node("a"), node("a/x/1"), node("b/c"), node(notesName)};
+        m_model->setSelectedNode(gone[3]);
+        for (const char* name : {"a", "b/c"})
+            list.add(node(name));
+        QCOMPARE(bar->countText(), QStringLiteral("2 items selected"));
+        run([this] { action("moveToTrash")->trigger(); }, QStringLiteral("Move 3 items to Trash?"));
+        QCOMPARE(bar->countText(), QStringLiteral("No items in cleanup list"));
+        for (const std::string& name : {std::string("a"), std::string("c"), notesName})
+            QVERIFY2(fs::exists(m_fx.fullPath("data/Trash/files/" + name)), name.c_str());
+        QVERIFY(!fs::exists(m_fx.fullPath("home/a")) && !fs::exists(m_fx.fullPath(kNotes)));
+        // Its record says where it came from, escaped like a URL, and when it went.
+        std::ifstream in(m_fx.fullPath("data/Trash/info/" + notesName + ".trashinfo"));
+        std::string header, path, date;
+        std::getline(in, header), std::getline(in, path), std::getline(in, date);
+        QCOMPARE(header, std::string("[Trash Info]"));
+        QVERIFY(path.starts_with("Path=") && date.starts_with("DeletionDate="));
+        QCOMPARE(QByteArray::fromPercentEncoding(QByteArray::fromStdString(path.substr(5))),
+                 QByteArray::fromStdString(m_fx.fullPath(kNotes)));
+        QVERIFY(
+            QDateTime::fromString(QString::fromStdString(date.substr(13)), Qt::ISODate).isValid());
+
+        // The map and the lists have let go of them without a rescan, and nothing is
+        // selected: not a neighbouring row either, so a second Delete offers nothing.
+        FileListModel& folderRows = *folderView()->tableModel();
+        BiggestFilesModel& biggestRows = *biggestView()->tableModel();
+        for (const NodePtr& n : gone) {
+            QVERIFY(folderRows.rowOf(n.get()) < 0 && biggestRows.rowOf(n.get()) < 0);
+            for (const MapSegment& segment : m_window->chartView()->segments())
+                QVERIFY(segment.node != n);
+        }
+        QVERIFY(!node("a") && !node("b/c") && node("b/3"));
+        QVERIFY(!m_model->selectedNode() && !chart().mapSelectionID() &&
+                !m_window->previewPane()->node() && !folderView()->table()->selectedRowNode() &&
+                !biggestView()->table()->selectedRowNode());
+        action("moveToTrash")->trigger();
+        QVERIFY(!m_model->activeSheet());
+
+        list.add(node("b"));
         m_fx.remove("home/b/3"); // behind the tree's back: the move still goes
-        run(bar->moveButton(), QStringLiteral("Move 1 item to a new location?"));
-        QVERIFY(QFile::exists(QString::fromStdString(m_fx.fullPath("dest/b"))) && list.isEmpty());
-        list.add(test::at(chart().rootNode().get(), "deep")->shared());
-        m_fx.makeFolder("dest/deep"); // taken: the move fails and says so
-        run(bar->moveButton(), QStringLiteral("Move 1 item to a new location?"));
+        run(click(bar->moveButton()), QStringLiteral("Move 1 item to a new location?"));
+        QVERIFY(fs::exists(m_fx.fullPath("dest/b")) && list.isEmpty());
+        // A folder of that name is there already: the move fails, says so, and leaves
+        // both where they were.
+        list.add(node("deep"));
+        m_fx.makeFolder("dest/deep");
+        run(click(bar->moveButton()), QStringLiteral("Move 1 item to a new location?"));
         QTRY_VERIFY(qobject_cast<QMessageBox*>(sheets->currentDialog()));
         QCOMPARE(qobject_cast<QMessageBox*>(sheets->currentDialog())->informativeText(),
                  QStringLiteral("deep: File exists"));
         QCOMPARE(bar->countText(), QStringLiteral("1 item selected"));
+        QVERIFY(fs::exists(m_fx.fullPath("home/deep/f")) && node("deep/f") &&
+                fs::is_empty(m_fx.fullPath("dest/deep")));
     }
 };
 

@@ -127,6 +127,10 @@ void MainWindowModel::setSelectedNode(NodePtr node) {
     if (m_selectedNode == node)
         return;
     m_selectedNode = std::move(node);
+    // One selection for the whole window: the map marks what the lists and the preview
+    // show, whichever of them chose it.
+    ChartViewModel& chart = m_app.chart();
+    chart.setMapSelectionID(m_selectedNode ? std::optional(m_selectedNode->id()) : std::nullopt);
     emit selectedNodeChanged();
 }
 
@@ -173,6 +177,13 @@ void MainWindowModel::classifyJunk() {
 
 void MainWindowModel::refreshAfterTreeChange() {
     const NodePtr& root = m_app.chart().rootNode();
+    // A selected item that was trashed or moved away is in no list any more; keeping it
+    // would leave the preview on a file that is gone and point Delete at it again.
+    const FileNode* n = m_selectedNode.get();
+    while (n && n != root.get())
+        n = n->parent();
+    if (!n)
+        setSelectedNode(nullptr);
     // The sidebar's "indexed" size follows the tree the operation changed.
     SidebarViewModel& sidebar = m_app.sidebar();
     if (const auto id = sidebar.selectedSourceID(); id && root)

@@ -97,7 +97,9 @@ public:
 
     Panel activePanel() const { return m_activePanel; }
     void setActivePanel(Panel panel);
-    /// The node of the preview pane, Get Info and Reveal; cleared when the root changes.
+    /// The node of the preview pane, Get Info and Reveal, which the map marks too (its
+    /// mapSelectionID follows); cleared when the root changes and when a file operation
+    /// takes it out of the tree.
     const NodePtr& selectedNode() const { return m_selectedNode; }
     void setSelectedNode(NodePtr node);
 
