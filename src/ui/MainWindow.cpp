@@ -339,7 +339,7 @@ void MainWindow::buildCentral() {
     mapSplit->setCollapsible(1, false);
     mapSplit->setStretchFactor(0, 3);
     mapSplit->setStretchFactor(1, 2);
-    mapSplit->setSizes({380, 260});
+    mapSplit->setSizes({460, 180});
     mapColumn->addWidget(mapSplit, 1);
     m_cleanupBar = new CleanupListBar(m_model);
     pageColumn->addWidget(m_cleanupBar);
