@@ -17,6 +17,8 @@
 #include <QSettings>
 #include <QTest>
 
+#include <cerrno>
+#include <cstring>
 #include <tuple>
 
 using namespace ringfold;
@@ -51,15 +53,18 @@ private slots:
     void initTestCase() {
         m_fx.writeFiles({{"tree/photos/a.jpg", 300000}, {"tree/photos/b.jpg", 120000}});
         m_fx.writeFiles({{"tree/code/main.cpp", 8000}, {"tree/notes.txt", 500}});
+        m_fx.symlink("loop", "loop"); // exists, but never leads anywhere (as root too)
         qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString(m_fx.fullPath("config")));
         qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_fx.fullPath("data")));
     }
 
     void usageErrors() {
         const QString file = QString::fromStdString(m_fx.fullPath("tree/notes.txt"));
+        const QString loop = QString::fromStdString(m_fx.fullPath("loop"));
         for (const auto& [args, message] :
              {std::pair{QStringList{"/nonexistent/x"}, "no such folder"},
               {QStringList{file}, "not a folder"},
+              {QStringList{loop}, std::strerror(ELOOP)},
               {QStringList{"--view", "pie", "/tmp"}, "--view takes"},
               {QStringList{"--bogus"}, "bogus"}}) {
             const auto [status, err] = run(args);
