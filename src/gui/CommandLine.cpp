@@ -114,7 +114,13 @@ CommandLine::Outcome CommandLine::parse(int argc, const char* const* argv, Comma
         }
         struct stat st {};
         if (::stat(path.constData(), &st) != 0) {
-            error = QStringLiteral("%1: no such folder").arg(positional.first());
+            // A folder that exists but can't be reached (no search permission on the
+            // way, a symlink loop) needs another fix than a mistyped one: say which.
+            const int err = errno;
+            error = err == ENOENT
+                        ? QStringLiteral("%1: no such folder").arg(positional.first())
+                        : QStringLiteral("%1: %2").arg(positional.first(),
+                                                       QString::fromLocal8Bit(std::strerror(err)));
             return Outcome::usageError;
         }
         if (!S_ISDIR(st.st_mode)) {

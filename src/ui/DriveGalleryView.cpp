@@ -12,9 +12,24 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <cmath>
+
 namespace ringfold {
 
 namespace {
+
+// Contrast ratio of two colours by their relative luminance (sRGB), 1 to 21.
+double contrast(const QColor& a, const QColor& b) {
+    auto luminance = [](const QColor& c) {
+        auto linear = [](float v) {
+            return v <= 0.04045f ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * linear(c.redF()) + 0.7152 * linear(c.greenF()) + 0.0722 * linear(c.blueF());
+    };
+    const double la = luminance(a), lb = luminance(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
 
 QLabel* heading(const QString& text, double scale, QFont::Weight weight, QWidget* parent) {
     auto* label = new QLabel(text, parent);
@@ -125,13 +140,26 @@ void DriveGalleryView::rebuild() {
 }
 
 // The gallery's one call to action stands out in the accent colour; redone on every
-// palette change so a switch between light and dark carries it along.
+// palette change so a switch between light and dark carries it along. Fusion pales
+// and desaturates a button's colour into a light gradient, which left white text on
+// a pastel blue, so a style sheet paints the accent as it is, darkened where needed
+// for the usual 4.5:1 contrast of text this size (the dark palette's brighter blue).
 void DriveGalleryView::paintJunkButtonInAccent() {
-    QPalette pal = palette();
-    pal.setColor(QPalette::Button, pal.color(QPalette::Highlight));
-    pal.setColor(QPalette::ButtonText, pal.color(QPalette::HighlightedText));
-    m_junkButton->setPalette(pal);
-    m_junkButton->setIcon(symbolIcon("sparkles", pal.color(QPalette::HighlightedText)));
+    const QColor text = palette().color(QPalette::HighlightedText);
+    QColor fill = palette().color(QPalette::Highlight);
+    while (contrast(fill, text) < 4.5 && fill.value() > 48)
+        fill = fill.darker(106);
+    QColor focus = palette().color(QPalette::WindowText);
+    focus.setAlphaF(0.6f);
+    m_junkButton->setStyleSheet(
+        QStringLiteral("QPushButton { background: %1; color: %2; border: 1px solid %3;"
+                       " border-radius: 7px; padding: 6px 16px; }"
+                       "QPushButton:hover { background: %4; }"
+                       "QPushButton:pressed { background: %3; }"
+                       "QPushButton:focus { border: 2px solid %5; }")
+            .arg(fill.name(), text.name(), fill.darker(125).name(), fill.darker(110).name(),
+                 focus.name(QColor::HexArgb)));
+    m_junkButton->setIcon(symbolIcon("sparkles", text));
 }
 
 void DriveGalleryView::changeEvent(QEvent* event) {

@@ -339,7 +339,7 @@ void MainWindow::buildCentral() {
     mapSplit->setCollapsible(1, false);
     mapSplit->setStretchFactor(0, 3);
     mapSplit->setStretchFactor(1, 2);
-    mapSplit->setSizes({380, 260});
+    mapSplit->setSizes({460, 180});
     mapColumn->addWidget(mapSplit, 1);
     m_cleanupBar = new CleanupListBar(m_model);
     pageColumn->addWidget(m_cleanupBar);
@@ -426,6 +426,10 @@ void MainWindow::updateCommands() {
         const QSignalBlocker block(m_freeSpace);
         m_freeSpace->setChecked(chart.showFreeSpace());
     }
+    // On the gallery there is no map for the mode or the threshold to act on.
+    m_sunburst->setEnabled(selected);
+    m_treemap->setEnabled(selected);
+    m_threshold->parentWidget()->setEnabled(selected);
     m_sunburst->setChecked(chart.visualizationMode() == VisualizationMode::sunburst);
     m_treemap->setChecked(chart.visualizationMode() == VisualizationMode::treemap);
     m_showInFileManager->setEnabled(hasMap && !record &&

@@ -70,8 +70,12 @@ void paintCachedDisc(QPainter& p, DiscCache& cache, QPointF c, double extent, QR
         q.setRenderHints(p.renderHints());
         draw(q, key.centre, t.m11());
     }
+    // The copy is in device pixels. Without a world transform the painter still scales
+    // by the device's pixel ratio (and moves by a redirection offset), so undo that as
+    // well: the copy then lands 1:1 on the pixels it was drawn for, sharp at any ratio.
     p.save();
     p.resetTransform();
+    p.setWorldTransform(p.deviceTransform().inverted());
     p.drawImage(origin, cache.image);
     p.restore();
 }

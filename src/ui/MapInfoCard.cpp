@@ -6,6 +6,8 @@
 #include "ui/MaterialCard.h"
 
 #include <QEvent>
+#include <QFontDatabase>
+#include <QFontMetricsF>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMouseEvent>
@@ -13,6 +15,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <cmath>
 
 namespace ringfold {
 
@@ -23,6 +26,27 @@ constexpr int kHiddenCardMaxWidth = 300;
 constexpr int kHiddenRowsShown = 5;
 constexpr double kCornerRadius = 10.0;
 constexpr const char* kSecondaryProperty = "ringfoldSecondary";
+
+// Sizes in monospaced digits, so figures line up from row to row and keep their
+// width as they change. Most desktop fonts draw every digit at one width already; Qt
+// 6.4 can't ask a font for its tabular figures, so a font whose digits differ gives
+// way to the desktop's fixed-pitch font at the same size.
+QFont withTabularDigits(const QFont& font) {
+    const QFontMetricsF fm(font);
+    const double zero = fm.horizontalAdvance(QLatin1Char('0'));
+    for (char digit = '1'; digit <= '9'; ++digit) {
+        if (std::abs(fm.horizontalAdvance(QLatin1Char(digit)) - zero) > 0.01) {
+            QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+            if (font.pointSizeF() > 0)
+                fixed.setPointSizeF(font.pointSizeF());
+            else
+                fixed.setPixelSize(font.pixelSize());
+            fixed.setWeight(font.weight());
+            return fixed;
+        }
+    }
+    return font;
+}
 
 } // namespace
 
@@ -85,7 +109,7 @@ void MapInfoCard::addRow(const QString& name, const QString& size) {
     h->setContentsMargins(0, 0, 0, 0);
     h->setSpacing(12);
     auto* sizeLabel = new QLabel(size, row);
-    sizeLabel->setFont(fontFor(Style::caption));
+    sizeLabel->setFont(withTabularDigits(fontFor(Style::caption)));
     sizeLabel->setProperty(kSecondaryProperty, true);
     applySecondaryColour(sizeLabel);
     auto* nameLabel = new QLabel(row);
@@ -105,8 +129,10 @@ void MapInfoCard::showInaccessibleSpace(const SpaceAccounting& a) {
     setMaximumWidth(QWIDGETSIZE_MAX);
     const std::int64_t used = a.volumeTotalCapacity - a.volumeAvailableCapacity;
     addLine(QStringLiteral("Inaccessible Space"), Style::headline);
-    addLine(mapdraw::byteText(std::max<std::int64_t>(used - a.enumeratedAllocatedSize, 0)),
-            Style::subheadline);
+    QLabel* size =
+        addLine(mapdraw::byteText(std::max<std::int64_t>(used - a.enumeratedAllocatedSize, 0)),
+                Style::subheadline);
+    size->setFont(withTabularDigits(size->font()));
     if (a.restrictedPathCount >= 1)
         addLine(QStringLiteral("(%1 items inaccessible due to permissions)")
                     .arg(a.restrictedPathCount),

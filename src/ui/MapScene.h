@@ -1,8 +1,8 @@
 #pragma once
 // What the two map painters read, and the drawing pieces they share: colours from the
 // widget's palette, segment labels, hover and selection emphasis, the cleanup-list
-// checkmark badge. Lengths are device-independent pixels (the design's points); text
-// sizes are pixel sizes so the map's geometry holds at any font setting.
+// checkmark badge. Lengths are logical (device-independent) pixels; text sizes are
+// pixel sizes so the map's geometry holds at any font setting.
 //
 // Painting reads the cached segments only and never lays out. Main thread (QPainter
 // on widgets and pixmaps).

@@ -21,7 +21,7 @@ std::optional<QString> indexedText(const ScanSource& source);
 std::optional<int> percentFull(const ScanSource& source);
 QString restrictedText();
 QString restrictedHelp();
-/// The design symbol for a source's kind.
+/// The symbol for a source's kind (a drive, a folder, a saved scan), for symbolIcon().
 const char* sourceSymbol(const ScanSource& source);
 /// A clickable card or chip for the source: hand cursor, keyboard focus, its name
 /// as text, its path as tooltip, and repaints on hover (underMouse() tells which).

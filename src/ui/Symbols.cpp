@@ -158,27 +158,27 @@ std::vector<const char*> symbolNames() {
     return names;
 }
 
-const char* freedesktopIconName(const char* designSymbolName) {
-    const SymbolName* s = find(designSymbolName);
+const char* freedesktopIconName(const char* symbolName) {
+    const SymbolName* s = find(symbolName);
     return s ? s->freedesktop : nullptr;
 }
 
-QIcon symbolIcon(const char* designSymbolName, const QColor& colour) {
+QIcon symbolIcon(const char* symbolName, const QColor& colour) {
     initUiResources();
-    QFile file(QStringLiteral(":/icons/%1.svg").arg(QString::fromLatin1(designSymbolName)));
+    QFile file(QStringLiteral(":/icons/%1.svg").arg(QString::fromLatin1(symbolName)));
     if (file.open(QIODevice::ReadOnly))
         return QIcon(new SymbolIconEngine(file.readAll(), colour));
-    return symbolIcon(designSymbolName);
+    return symbolIcon(symbolName);
 }
 
-QIcon symbolIcon(const char* designSymbolName) {
+QIcon symbolIcon(const char* symbolName) {
     initUiResources();
     static QHash<QString, QIcon> cache;
-    const QString name = QString::fromLatin1(designSymbolName);
+    const QString name = QString::fromLatin1(symbolName);
     if (auto it = cache.constFind(name); it != cache.constEnd())
         return *it;
     QIcon icon;
-    const char* themeName = freedesktopIconName(designSymbolName);
+    const char* themeName = freedesktopIconName(symbolName);
     if (themeName && !QIcon::themeName().isEmpty() &&
         QIcon::hasThemeIcon(QString::fromLatin1(themeName)))
         icon = QIcon::fromTheme(QString::fromLatin1(themeName));

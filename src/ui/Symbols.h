@@ -15,14 +15,14 @@
 namespace ringfold {
 
 /// The icon of a symbol; a null icon for a name neither the theme nor the bundle has.
-QIcon symbolIcon(const char* designSymbolName);
+QIcon symbolIcon(const char* symbolName);
 /// A bundled symbol always drawn in `colour` (for icons on accent-coloured buttons);
 /// the theme's icon when the symbol is not bundled.
-QIcon symbolIcon(const char* designSymbolName, const QColor& colour);
+QIcon symbolIcon(const char* symbolName, const QColor& colour);
 /// Every symbol name the window uses, each of which has a bundled SVG.
 std::vector<const char*> symbolNames();
 /// The freedesktop icon name the symbol maps to, or null when it has none.
-const char* freedesktopIconName(const char* designSymbolName);
+const char* freedesktopIconName(const char* symbolName);
 /// Makes the program's compiled-in resources (icons, quotes) reachable: needed once
 /// before the first lookup because they live in a static library.
 void initUiResources();

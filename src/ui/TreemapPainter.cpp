@@ -119,11 +119,17 @@ void TreemapPainter::paintLabel(QPainter& p, const MapSegment& s, const QRectF& 
     const bool withSize = label.size && rect.height() >= 30;
     const double nameTop = rect.top() + (withSize ? 3 : 4);
 
-    // White text on the brightest hues (yellow, cyan) needs a faint shadow to read.
+    // White on the brightest hues (yellow, lime, cyan) has almost no contrast: a thin
+    // dark halo round each glyph, heavier below, gives the letters an edge to read by
+    // on any fill, and on dark fills it merely deepens the colour under the text.
+    // One device pixel wide, so it stays a crisp edge on a HiDPI screen.
+    const double px = 1.0 / p.device()->devicePixelRatioF();
     auto text = [&](const QPointF& at, const QString& str, const QColor& color) {
         if (!pale) {
-            p.setPen(QColor(0, 0, 0, 70));
-            p.drawText(at + QPointF(0, 0.75), str);
+            p.setPen(QColor(0, 0, 0, 96));
+            for (const QPointF offset :
+                 {QPointF(-px, 0), QPointF(px, 0), QPointF(0, -px), QPointF(0, px), QPointF(0, px)})
+                p.drawText(at + offset, str);
         }
         p.setPen(color);
         p.drawText(at, str);

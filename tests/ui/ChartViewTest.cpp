@@ -1,5 +1,6 @@
 // The map widget offscreen over a small volume: hit testing in both modes, clicks,
-// double clicks, the hub, Ctrl+click reveal, the two cards, and when layout runs.
+// double clicks, the hub, Ctrl+click reveal, the two cards, when layout runs, and
+// where the picture lands. ctest runs it at device pixel ratio 1 and 2.
 #include "app/stores/CleanupListStore.h"
 #include "app/stores/SettingsStore.h"
 #include "app/viewmodels/ChartViewModel.h"
@@ -7,6 +8,7 @@
 #include "support/MemoryTree.h"
 #include "ui/ChartView.h"
 #include "ui/MapInfoCard.h"
+#include "ui/MapScene.h"
 #include "ui/SunburstPainter.h"
 
 #include <QFontMetricsF>
@@ -18,6 +20,7 @@
 
 #include <cmath>
 #include <functional>
+#include <tuple>
 
 using namespace ringfold;
 using ringfold::test::MemoryTree;
@@ -116,6 +119,53 @@ private slots:
             QVERIFY(!f.view.hitTest(f.centre()).hub);
             const MapRect& r = *movie.rect; // half a gap beside it belongs to nobody
             QVERIFY(none(QPointF(r.x - 1.3, r.y + r.height / 2)));
+        }
+    }
+
+    // The picture is drawn in device pixels: whatever is placed there by hand must land
+    // where the map is hit-tested, at any pixel ratio. A dark backdrop makes the hub's
+    // light rim stand out.
+    void picturePutsHubRingsAndBackdropWhereTheyBelong_data() {
+        hitTestFindsEverySegmentTheHubAndTheGaps_data();
+    }
+    void picturePutsHubRingsAndBackdropWhereTheyBelong() {
+        QFETCH(VisualizationMode, mode);
+        Fixture f;
+        QPalette dark = f.view.palette();
+        const QColor window(30, 31, 34);
+        dark.setColor(QPalette::Window, window);
+        f.view.setPalette(dark);
+        f.model.setVisualizationMode(mode);
+        const QImage image = f.view.grab().toImage();
+        QCOMPARE(image.size(), f.view.size() * f.view.devicePixelRatioF());
+        using Check = std::function<bool(const QColor&)>;
+        const auto is = [](const QColor& want, int tolerance) -> Check {
+            return [=](const QColor& got) {
+                return std::abs(got.red() - want.red()) <= tolerance &&
+                       std::abs(got.green() - want.green()) <= tolerance &&
+                       std::abs(got.blue() - want.blue()) <= tolerance;
+            };
+        };
+        const MapSegment& movie = f.view.segments()[static_cast<std::size_t>(f.find(f.movie))];
+        // The rim is 1.75 wide over the hole's edge: white at 0.6 over anything is light.
+        const Check light = [](const QColor& got) { return got.lightness() > 120; };
+        const double hole = MapStyle{}.centerHoleRatio * 300;
+        const bool sunburst = mode == VisualizationMode::sunburst;
+        for (const auto& [at, check, sunburstOnly] : {
+                 std::tuple{QPointF(3, 3), is(window, 2), false}, // corner: plain backdrop
+                 {QPointF(f.at(f.find(f.movie))), is(mapdraw::fillColor(movie), 16), false},
+                 {f.centre() + QPointF(0, 0.7 * hole), is(window, 2), true}, // the hub
+                 {f.centre() - QPointF(hole - 0.25, 0), light, true},        // its rim
+                 {f.centre() + QPointF(0, hole - 0.25), light, true},
+             }) {
+            if (sunburstOnly && !sunburst)
+                continue;
+            const QPointF pixel = at * image.devicePixelRatio();
+            const QColor got =
+                image.pixelColor(static_cast<int>(pixel.x()), static_cast<int>(pixel.y()));
+            QVERIFY2(
+                check(got),
+                qPrintable(QStringLiteral("%1 at %2,%3").arg(got.name()).arg(at.x()).arg(at.y())));
         }
     }
 

@@ -156,7 +156,10 @@ private slots:
     }
 
     void commands() {
+        // On the gallery the map's mode and threshold have no map to act on.
+        QVERIFY(!action("sunburst")->isEnabled() && !m_window->thresholdSlider()->isEnabled());
         QVERIFY(scanHome());
+        QVERIFY(action("treemap")->isEnabled() && m_window->thresholdSlider()->isEnabled());
         m_window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
         QTest::keyClick(m_window.get(), Qt::Key_2, Qt::ControlModifier);

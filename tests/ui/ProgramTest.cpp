@@ -1,7 +1,8 @@
 // The program as a whole: usage errors exit 2 with a message; --screenshot of a fixture
-// tree in both map modes and themes gives a window-sized PNG with the theme's lightness
-// and more than a handful of colours (kept under the build folder); and the "system"
-// appearance follows a stand-in settings portal on the private bus of dbus-run-session.
+// tree in both map modes and themes, also on a screen of pixel ratio 2, gives a
+// window-sized PNG with the theme's lightness and more than a handful of colours (kept
+// under the build folder); and the "system" appearance follows a stand-in settings
+// portal on the private bus of dbus-run-session.
 
 #include "app/stores/SettingsStore.h"
 #include "support/FixtureTree.h"
@@ -15,6 +16,10 @@
 #include <QProcess>
 #include <QSettings>
 #include <QTest>
+
+#include <cerrno>
+#include <cstring>
+#include <tuple>
 
 using namespace ringfold;
 
@@ -34,8 +39,11 @@ class ProgramTest : public QObject {
     test::FixtureTree m_fx;
 
     // Exit status (-1 for a crash or a hang) and standard error of one run.
-    std::pair<int, QByteArray> run(const QStringList& args) {
+    std::pair<int, QByteArray> run(const QStringList& args, int scale = 1) {
         QProcess p;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("QT_SCALE_FACTOR", QString::number(scale));
+        p.setProcessEnvironment(env);
         p.start(RINGFOLD_GUI_BINARY, args);
         const bool done = p.waitForFinished(60000) && p.exitStatus() == QProcess::NormalExit;
         return {done ? p.exitCode() : -1, p.readAllStandardError()};
@@ -45,15 +53,18 @@ private slots:
     void initTestCase() {
         m_fx.writeFiles({{"tree/photos/a.jpg", 300000}, {"tree/photos/b.jpg", 120000}});
         m_fx.writeFiles({{"tree/code/main.cpp", 8000}, {"tree/notes.txt", 500}});
+        m_fx.symlink("loop", "loop"); // exists, but never leads anywhere (as root too)
         qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString(m_fx.fullPath("config")));
         qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_fx.fullPath("data")));
     }
 
     void usageErrors() {
         const QString file = QString::fromStdString(m_fx.fullPath("tree/notes.txt"));
+        const QString loop = QString::fromStdString(m_fx.fullPath("loop"));
         for (const auto& [args, message] :
              {std::pair{QStringList{"/nonexistent/x"}, "no such folder"},
               {QStringList{file}, "not a folder"},
+              {QStringList{loop}, std::strerror(ELOOP)},
               {QStringList{"--view", "pie", "/tmp"}, "--view takes"},
               {QStringList{"--bogus"}, "bogus"}}) {
             const auto [status, err] = run(args);
@@ -63,17 +74,22 @@ private slots:
 
     void screenshots() {
         QDir().mkpath(RINGFOLD_TEST_OUTPUT);
-        for (auto [view, theme] : {std::pair{"sunburst", "light"}, {"treemap", "dark"}}) {
-            const QString file =
-                QStringLiteral(RINGFOLD_TEST_OUTPUT "/window-%1-%2.png").arg(view, theme);
+        for (auto [view, theme, scale] : {std::tuple{"sunburst", "light", 1},
+                                          {"treemap", "dark", 1},
+                                          {"sunburst", "dark", 2},
+                                          {"treemap", "light", 2}}) {
+            const QString file = QStringLiteral(RINGFOLD_TEST_OUTPUT "/window-%1-%2-x%3.png")
+                                     .arg(view, theme)
+                                     .arg(scale);
             QFile::remove(file);
             const auto [status, err] =
                 run({"--screenshot", file, "--view", view, "--theme", theme, "--size", "1000x700",
-                     QString::fromStdString(m_fx.fullPath("tree"))});
+                     QString::fromStdString(m_fx.fullPath("tree"))},
+                    scale);
             QVERIFY2(status == 0 && err.contains("scan ") && err.contains("saved"),
                      err.constData());
             const QImage image(file);
-            QCOMPARE(image.size(), QSize(1000, 700));
+            QCOMPARE(image.size(), QSize(1000, 700) * scale);
             QSet<QRgb> colours;
             qint64 lightness = 0, samples = 0;
             for (int y = 0; y < image.height(); y += 3)
