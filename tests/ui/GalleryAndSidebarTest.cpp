@@ -9,6 +9,7 @@
 #include "ui/DriveGalleryView.h"
 #include "ui/FavoriteChip.h"
 #include "ui/MainWindow.h"
+#include "ui/WindowTestSupport.h"
 #include "ui/PanelStack.h"
 #include "ui/SidebarView.h"
 #include "ui/SourceText.h"
@@ -28,12 +29,9 @@ class GalleryAndSidebarTest : public QObject {
     Q_OBJECT
 
     test::FixtureTree m_fx;
-    std::unique_ptr<QSettings> m_settings;
-    std::unique_ptr<AppState> m_app;
-    std::unique_ptr<MainWindowModel> m_model;
-    std::unique_ptr<MainWindow> m_window;
+    test::TestWindow m_w;
 
-    SidebarViewModel& sources() { return m_app->sidebar(); }
+    SidebarViewModel& sources() { return m_w.app->sidebar(); }
     // The fixture folder, added after the favourites a new store starts with.
     Uuid favourite() { return sources().favorites().back().id; }
     template <typename Button> Button* buttonOf(const QList<Button*>& buttons, const Uuid& id) {
@@ -44,7 +42,7 @@ class GalleryAndSidebarTest : public QObject {
     }
     bool mapShown() {
         return QTest::qWaitFor(
-            [this] { return m_app->chart().rootNode() && m_window->showsMap(); });
+            [this] { return m_w.app->chart().rootNode() && m_w.window->showsMap(); });
     }
 
 private slots:
@@ -54,27 +52,14 @@ private slots:
     }
 
     void init() {
-        m_window.reset();
-        m_model.reset();
-        m_settings = std::make_unique<QSettings>(QString::fromStdString(m_fx.fullPath("s.conf")),
-                                                 QSettings::IniFormat);
-        m_settings->clear();
-        QFile::remove(QString::fromStdString(m_fx.fullPath("fav.json")));
-        m_app = apptest::makeAppState(m_settings.get(),
-                                      QString::fromStdString(m_fx.fullPath("fav.json")),
-                                      m_fx.fullPath("mountinfo"));
-        sources().addFavorite(m_fx.fullPath("home"));
-        m_model = std::make_unique<MainWindowModel>(*m_app);
-        m_model->coordinator().setDiagnostics(nullptr);
         // Every source, This Computer too, scans the fixture folder.
-        m_model->coordinator().setBackendFactory(
-            apptest::fakeBackends([home = QString::fromStdString(m_fx.fullPath("home"))](
-                                      const std::string&, std::stop_token, ScanProgress*) {
-                return apptest::scanFolder(home);
-            }));
-        m_window = std::make_unique<MainWindow>(*m_model);
-        m_window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        const QString home = QString::fromStdString(m_fx.fullPath("home"));
+        QVERIFY(m_w.open(m_fx, true, [home](MainWindowModel& model) {
+            model.coordinator().setBackendFactory(apptest::fakeBackends(
+                [home](const std::string&, std::stop_token, ScanProgress*) {
+                    return apptest::scanFolder(home);
+                }));
+        }));
     }
 
     void percentFullAtTheEdges_data() {
@@ -105,7 +90,7 @@ private slots:
     }
     void cardsChipsAndRowsSelectTheirSource() {
         QFETCH(QString, what);
-        DriveGalleryView* gallery = m_window->gallery();
+        DriveGalleryView* gallery = m_w.window->gallery();
         const Uuid want = what == "card" ? sources().thisComputer().id : favourite();
         if (what == "card") {
             QVERIFY(buttonOf(gallery->cards(), want));
@@ -114,8 +99,8 @@ private slots:
             QVERIFY(buttonOf(gallery->chips(), want));
             QTest::mouseClick(buttonOf(gallery->chips(), want), Qt::LeftButton);
         } else {
-            QTreeWidget* list = m_window->sidebar()->list();
-            QTreeWidgetItem* row = m_window->sidebar()->rowOf(want);
+            QTreeWidget* list = m_w.window->sidebar()->list();
+            QTreeWidgetItem* row = m_w.window->sidebar()->rowOf(want);
             QVERIFY(row);
             QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
                               list->visualItemRect(row).center());
@@ -125,20 +110,20 @@ private slots:
     }
 
     void junkButtonOpensThisComputerOnItsSystemJunk() {
-        QTest::mouseClick(m_window->gallery()->junkButton(), Qt::LeftButton);
+        QTest::mouseClick(m_w.window->gallery()->junkButton(), Qt::LeftButton);
         QCOMPARE(sources().selectedSourceID(), sources().thisComputer().id);
         QVERIFY(mapShown());
-        QCOMPARE(m_model->activePanel(), MainWindowModel::Panel::systemJunk);
-        QCOMPARE(m_window->panels()->currentPanel(),
-                 m_window->panels()->panel(MainWindowModel::Panel::systemJunk));
+        QCOMPARE(m_w.model->activePanel(), MainWindowModel::Panel::systemJunk);
+        QCOMPARE(m_w.window->panels()->currentPanel(),
+                 m_w.window->panels()->panel(MainWindowModel::Panel::systemJunk));
     }
 
     void removingTheSelectedFavouriteReturnsToTheGallery() {
         const Uuid id = favourite();
         sources().setSelectedSourceID(id);
         QVERIFY(mapShown());
-        QTreeWidget* list = m_window->sidebar()->list();
-        const QPoint at = list->visualItemRect(m_window->sidebar()->rowOf(id)).center();
+        QTreeWidget* list = m_w.window->sidebar()->list();
+        const QPoint at = list->visualItemRect(m_w.window->sidebar()->rowOf(id)).center();
         QTimer::singleShot(0, this, [] {
             auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
             QVERIFY(menu);
@@ -150,8 +135,8 @@ private slots:
         QContextMenuEvent event(QContextMenuEvent::Mouse, at, list->viewport()->mapToGlobal(at));
         QCoreApplication::sendEvent(list->viewport(), &event);
         QVERIFY(!sources().source(id) && !sources().selectedSourceID());
-        QTRY_VERIFY(!m_window->showsMap());
-        QTRY_VERIFY(!buttonOf(m_window->gallery()->chips(), id));
+        QTRY_VERIFY(!m_w.window->showsMap());
+        QTRY_VERIFY(!buttonOf(m_w.window->gallery()->chips(), id));
     }
 };
 

@@ -13,6 +13,7 @@
 #include "ui/FileListView.h"
 #include "ui/FileRowContextMenu.h"
 #include "ui/MainWindow.h"
+#include "ui/WindowTestSupport.h"
 #include "ui/NodeTableView.h"
 #include "ui/PanelStack.h"
 #include "ui/PreviewPane.h"
@@ -32,17 +33,14 @@ class ListPanelsTest : public QObject {
     Q_OBJECT
 
     test::FixtureTree m_fx;
-    std::unique_ptr<QSettings> m_settings;
-    std::unique_ptr<AppState> m_app;
-    std::unique_ptr<MainWindowModel> m_model;
-    std::unique_ptr<MainWindow> m_window;
+    test::TestWindow m_w;
 
-    ChartViewModel& chart() { return m_app->chart(); }
+    ChartViewModel& chart() { return m_w.app->chart(); }
     FileListView* folderView() {
-        return static_cast<FileListView*>(m_window->panels()->panel(Panel::folder));
+        return static_cast<FileListView*>(m_w.window->panels()->panel(Panel::folder));
     }
     BiggestFilesView* biggestView() {
-        return static_cast<BiggestFilesView*>(m_window->panels()->panel(Panel::biggestFiles));
+        return static_cast<BiggestFilesView*>(m_w.window->panels()->panel(Panel::biggestFiles));
     }
     FileListModel& rows() { return *folderView()->tableModel(); }
     FileNode* node(std::string_view rel) { return test::at(chart().rootNode().get(), rel); }
@@ -57,7 +55,7 @@ class ListPanelsTest : public QObject {
     }
     // Clicks the map where it draws `target`; false when it draws it nowhere.
     bool clickOnMap(const FileNode* target) {
-        ChartView* map = m_window->chartView();
+        ChartView* map = m_w.window->chartView();
         for (int y = 0; y < map->height(); y += 2)
             for (int x = 0; x < map->width(); x += 2)
                 if (const int i = map->hitTest(QPointF(x, y)).index;
@@ -77,7 +75,7 @@ class ListPanelsTest : public QObject {
     // The row menu of a node; triggers the entry `choose` when given.
     QStringList menu(const NodePtr& n, const QString& choose = {}) {
         QMenu menu;
-        FileRowContextMenu::populate(menu, *m_model, n, nullptr);
+        FileRowContextMenu::populate(menu, *m_w.model, n, nullptr);
         for (QAction* a : menu.actions())
             if (a->text() == choose)
                 a->trigger();
@@ -98,19 +96,9 @@ private slots:
     }
 
     void init() {
-        m_window.reset(), m_model.reset();
-        m_settings = std::make_unique<QSettings>(QString::fromStdString(m_fx.fullPath("s.conf")),
-                                                 QSettings::IniFormat);
-        m_settings->clear();
-        m_app = apptest::makeAppState(m_settings.get(),
-                                      QString::fromStdString(m_fx.fullPath("fav.json")),
-                                      m_fx.fullPath("mountinfo"));
-        m_app->sidebar().addFavorite(m_fx.fullPath("home"));
-        m_model = std::make_unique<MainWindowModel>(*m_app);
-        m_window = std::make_unique<MainWindow>(*m_model);
-        m_window->show();
-        m_app->sidebar().setSelectedSourceID(m_app->sidebar().favorites().back().id);
-        QVERIFY(QTest::qWaitFor([this] { return chart().rootNode() && m_window->showsMap(); }));
+        QVERIFY(m_w.open(m_fx, true));
+        m_w.app->sidebar().setSelectedSourceID(m_w.home());
+        QVERIFY(QTest::qWaitFor([this] { return chart().rootNode() && m_w.window->showsMap(); }));
     }
 
     void folderRowsGroupsLocksAndSorting() {
@@ -123,17 +111,17 @@ private slots:
         QCOMPARE(rows().index(copy, 4).data().toString(), QStringLiteral("no extra space"));
 
         // Listed as a row, the hidden file shows a lock until hidden items may be deleted.
-        m_app->settings().setGroupHiddenItems(false);
+        m_w.app->settings().setGroupHiddenItems(false);
         const QModelIndex lock = rows().index(rows().rowOf(node(".hidden")), 0);
         QVERIFY(!lock.data(Qt::CheckStateRole).isValid() &&
                 !rows().setData(lock, Qt::Checked, Qt::CheckStateRole) &&
                 lock.data(Qt::ToolTipRole).toString().startsWith("Hidden items cannot be added"));
-        m_app->settings().setAllowDeletingHiddenFiles(true);
+        m_w.app->settings().setAllowDeletingHiddenFiles(true);
         QCOMPARE(lock.data(Qt::CheckStateRole), Qt::Unchecked);
 
         // Small children gather in a group row below the threshold, hidden ones in theirs.
-        m_app->settings().setGroupHiddenItems(true);
-        m_app->settings().setSmallerObjectsThresholdPercent(0.02);
+        m_w.app->settings().setGroupHiddenItems(true);
+        m_w.app->settings().setSmallerObjectsThresholdPercent(0.02);
         QCOMPARE(names().mid(names().size() - 2),
                  QStringList({"Smaller objects (3 items)", "Hidden items (1 items)"}));
         QVERIFY(!(rows().flags(rows().index(rows().rowCount() - 1, 1)) & Qt::ItemIsSelectable));
@@ -141,7 +129,7 @@ private slots:
         // A header click sorts through the view model, names by value of their digits;
         // the selected row stays selected across the new order.
         NodeTableView* table = folderView()->table();
-        m_model->setSelectedNode(node("sub")->shared());
+        m_w.model->setSelectedNode(node("sub")->shared());
         QSignalSpy resets(&rows(), &QAbstractItemModel::modelReset);
         table->header()->setSortIndicator(FileListModel::NameColumn, Qt::AscendingOrder);
         QCOMPARE(names().indexOf("file2.txt") + 1, names().indexOf("file10.txt"));
@@ -153,17 +141,17 @@ private slots:
         // A row click selects the node for the window, the map and the preview.
         const int sub = rows().rowOf(node("sub")), file10 = rows().rowOf(node("file10.txt"));
         QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, centreOf(sub));
-        QVERIFY(m_model->selectedNode().get() == node("sub") &&
+        QVERIFY(m_w.model->selectedNode().get() == node("sub") &&
                 chart().mapSelectionID() == node("sub")->id() &&
-                m_window->previewPane()->node().get() == node("sub"));
+                m_w.window->previewPane()->node().get() == node("sub"));
         // A click on the map selects the row in both lists and shows it in the preview.
         FileNode* big = node(node("big.bin")->allocatedSize() ? "big.bin" : "copy.bin");
         QVERIFY(clickOnMap(big));
         QVERIFY(chart().mapSelectionID() == big->id() && table->selectedRowNode() == big &&
                 biggestView()->table()->selectedRowNode() == big &&
-                m_window->previewPane()->node().get() == big);
+                m_w.window->previewPane()->node().get() == big);
         // A node selected elsewhere (another panel) selects its row in both lists.
-        m_model->setSelectedNode(node("file10.txt")->shared());
+        m_w.model->setSelectedNode(node("file10.txt")->shared());
         QVERIFY(table->selectedRowNode() == node("file10.txt") &&
                 biggestView()->table()->selectedRowNode() == node("file10.txt") &&
                 chart().mapSelectionID() == node("file10.txt")->id());
@@ -171,7 +159,7 @@ private slots:
         // Hover emphasises the row's segment, a group its aggregate; leaving clears.
         QTest::mouseMove(table->viewport(), centreOf(file10));
         QCOMPARE(chart().highlightedNodeID(), node("file10.txt")->id());
-        m_app->settings().setSmallerObjectsThresholdPercent(0.02);
+        m_w.app->settings().setSmallerObjectsThresholdPercent(0.02);
         QTest::mouseMove(table->viewport(), centreOf(rows().rowCount() - 2));
         QCOMPARE(chart().highlightedNodeID(), smallerObjectsAggregateID(chart().rootNode()->id()));
         QEvent leave(QEvent::Leave);
@@ -192,7 +180,7 @@ private slots:
                  QStringLiteral("sub/deeper"));
         emit biggest->activated(biggest->model()->index(x, 1));
         QVERIFY(chart().focusedNode().get() == node("sub/deeper") &&
-                m_model->selectedNode().get() == node("sub/deeper/x.log"));
+                m_w.model->selectedNode().get() == node("sub/deeper/x.log"));
     }
 
     void checkboxesAndTrashUpdateRowsInPlace() {
@@ -201,16 +189,16 @@ private slots:
         QVERIFY(rows().setData(rows().index(rows().rowOf(small.get()), 0), Qt::Checked,
                                Qt::CheckStateRole));
         BiggestFilesModel* biggest = biggestView()->tableModel();
-        QVERIFY(m_app->cleanupList().contains(*small) &&
+        QVERIFY(m_w.app->cleanupList().contains(*small) &&
                 biggest->index(biggest->rowOf(small.get()), 0).data(Qt::CheckStateRole) ==
                     Qt::Checked);
 
-        m_model->setSelectedNode(node("sub")->shared());
+        m_w.model->setSelectedNode(node("sub")->shared());
         QSignalSpy resets(&rows(), &QAbstractItemModel::modelReset);
         QSignalSpy removed(&rows(), &QAbstractItemModel::rowsRemoved);
         QSignalSpy biggestResets(biggest, &QAbstractItemModel::modelReset);
-        m_model->requestTrash(small);
-        m_model->confirmTrash();
+        m_w.model->requestTrash(small);
+        m_w.model->confirmTrash();
         QTRY_COMPARE(removed.count(), 1);
         QVERIFY(!names().contains("file2.txt") && resets.isEmpty() && biggestResets.isEmpty());
         QVERIFY(biggest->rowOf(small.get()) == -1 && table->selectedRowNode() == node("sub"));
@@ -237,30 +225,30 @@ private slots:
                                                    "Move to Trash (off)", "Move to…", "Copy to…"}));
 
         menu(sub, "Add to Cleanup List");
-        QVERIFY(m_app->cleanupList().contains(*sub));
+        QVERIFY(m_w.app->cleanupList().contains(*sub));
         QCOMPARE(menu(sub, "Move to Trash").at(3), QStringLiteral("Remove from Cleanup List"));
-        QCOMPARE(m_model->activeSheet()->kind, MainWindowModel::Sheet::Kind::trash);
-        m_model->dismissSheet(); // closes the confirmation, which holds the keyboard
+        QCOMPARE(m_w.model->activeSheet()->kind, MainWindowModel::Sheet::Kind::trash);
+        m_w.model->dismissSheet(); // closes the confirmation, which holds the keyboard
 
         // The picker and the commands switch panels.
-        PanelStack* panels = m_window->panels();
+        PanelStack* panels = m_w.window->panels();
         QTest::mouseClick(panels->pickerButton(Panel::biggestFiles), Qt::LeftButton);
-        QVERIFY(m_model->activePanel() == Panel::biggestFiles &&
+        QVERIFY(m_w.model->activePanel() == Panel::biggestFiles &&
                 panels->currentPanel() == biggestView());
         // In a window of ordinary width the path shrinks before any column goes.
-        m_window->resize(1300, 720);
+        m_w.window->resize(1300, 720);
         NodeTableView* biggest = biggestView()->table();
         QTRY_COMPARE(biggest->viewport()->width() > 800, true);
         for (int c = 0; c < biggest->model()->columnCount(); ++c)
             QVERIFY2(!biggest->isColumnHidden(c), qPrintable(QString::number(c)));
 
-        m_window->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-        QTest::keyClick(m_window.get(), Qt::Key_3, Qt::ControlModifier);
-        QCOMPARE(m_model->activePanel(), Panel::systemJunk);
-        QTest::keyClick(m_window.get(), Qt::Key_4, Qt::ControlModifier);
-        QCOMPARE(m_model->activePanel(), Panel::categories);
-        m_model->setActivePanel(Panel::folder);
+        m_w.window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_w.window.get()));
+        QTest::keyClick(m_w.window.get(), Qt::Key_3, Qt::ControlModifier);
+        QCOMPARE(m_w.model->activePanel(), Panel::systemJunk);
+        QTest::keyClick(m_w.window.get(), Qt::Key_4, Qt::ControlModifier);
+        QCOMPARE(m_w.model->activePanel(), Panel::categories);
+        m_w.model->setActivePanel(Panel::folder);
         QVERIFY(panels->pickerButton(Panel::folder)->isChecked() && folderView()->isVisible());
     }
 };

@@ -4,6 +4,7 @@
 // the cleanup bar's buttons, and real trashes and moves through them.
 
 #include "ui/MainWindow.h"
+#include "ui/WindowTestSupport.h"
 #include "app/AppTestSupport.h"
 #include "app/coordination/ScanCoordinator.h"
 #include "app/operations/FileOperations.h"
@@ -65,30 +66,27 @@ class MainWindowTest : public QObject {
     Q_OBJECT
 
     test::FixtureTree m_fx;
-    std::unique_ptr<QSettings> m_settings;
-    std::unique_ptr<AppState> m_app;
-    std::unique_ptr<MainWindowModel> m_model;
-    std::unique_ptr<MainWindow> m_window;
+    test::TestWindow m_w;
 
-    ChartViewModel& chart() { return m_app->chart(); }
-    const Uuid& home() { return m_app->sidebar().favorites().back().id; }
+    ChartViewModel& chart() { return m_w.app->chart(); }
+    const Uuid& home() { return m_w.app->sidebar().favorites().back().id; }
     void focusChild(std::string_view name) {
         chart().focus(test::at(chart().focusedNode().get(), name));
     }
-    QAction* action(const char* name) { return m_window->findChild<QAction*>(name); }
+    QAction* action(const char* name) { return m_w.window->findChild<QAction*>(name); }
     NodePtr node(std::string_view rel) {
         FileNode* n = test::at(chart().rootNode().get(), rel);
         return n ? n->shared() : nullptr;
     }
     FileListView* folderView() {
-        return static_cast<FileListView*>(m_window->panels()->panel(Panel::folder));
+        return static_cast<FileListView*>(m_w.window->panels()->panel(Panel::folder));
     }
     BiggestFilesView* biggestView() {
-        return static_cast<BiggestFilesView*>(m_window->panels()->panel(Panel::biggestFiles));
+        return static_cast<BiggestFilesView*>(m_w.window->panels()->panel(Panel::biggestFiles));
     }
     bool scanHome() {
-        m_app->sidebar().setSelectedSourceID(home());
-        return QTest::qWaitFor([this] { return chart().rootNode() && m_window->showsMap(); });
+        m_w.app->sidebar().setSelectedSourceID(home());
+        return QTest::qWaitFor([this] { return chart().rootNode() && m_w.window->showsMap(); });
     }
 
 private slots:
@@ -102,26 +100,15 @@ private slots:
     }
 
     void init() {
-        m_window.reset();
-        m_model.reset();
-        m_settings = std::make_unique<QSettings>(QString::fromStdString(m_fx.fullPath("s.conf")),
-                                                 QSettings::IniFormat);
-        m_app = apptest::makeAppState(m_settings.get(),
-                                      QString::fromStdString(m_fx.fullPath("fav.json")),
-                                      m_fx.fullPath("mountinfo"));
-        m_app->sidebar().addFavorite(m_fx.fullPath("home"));
-        m_model = std::make_unique<MainWindowModel>(*m_app);
-        m_model->coordinator().setDiagnostics(nullptr);
-        m_model->coordinator().setBackendFactory(apptest::fakeBackends(steppedScan));
         g_allowedSteps = 1000;
-        m_window = std::make_unique<MainWindow>(*m_model);
-        m_window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        QVERIFY(m_w.open(m_fx, false, [](MainWindowModel& model) {
+            model.coordinator().setBackendFactory(apptest::fakeBackends(steppedScan));
+        }));
     }
 
     void breadcrumbsAndHistory() {
         QVERIFY(scanHome());
-        BreadcrumbView* bar = m_window->breadcrumb();
+        BreadcrumbView* bar = m_w.window->breadcrumb();
         QVERIFY(bar->crumbButtons().size() == 1 && !bar->backButton()->isEnabled() &&
                 !bar->forwardButton()->isEnabled());
 
@@ -133,12 +120,12 @@ private slots:
         // mouse; the middle button is no history command.
         QTest::mouseClick(bar->backButton(), Qt::LeftButton);
         QCOMPARE(chart().focusedNode()->name(), "a");
-        QTest::mouseClick(m_window->chartView(), Qt::BackButton);
+        QTest::mouseClick(m_w.window->chartView(), Qt::BackButton);
         QCOMPARE(chart().focusedNode(), chart().rootNode());
         QVERIFY(!bar->backButton()->isEnabled() && bar->forwardButton()->isEnabled());
-        QTest::mouseClick(m_window->chartView(), Qt::ForwardButton);
+        QTest::mouseClick(m_w.window->chartView(), Qt::ForwardButton);
         QCOMPARE(chart().focusedNode()->name(), "a");
-        QTest::mouseClick(m_window->chartView(), Qt::MiddleButton); // stays
+        QTest::mouseClick(m_w.window->chartView(), Qt::MiddleButton); // stays
         QCOMPARE(chart().focusedNode()->name(), "a");
 
         // A crumb focuses its folder. A deep path gives way to "…" after the root rather
@@ -150,48 +137,48 @@ private slots:
         const auto crumbs = bar->crumbButtons();
         QCOMPARE(crumbs.size(), 25);
         QTRY_VERIFY(crumbs.first()->isVisible() && crumbs.last()->isVisible());
-        QVERIFY(!crumbs.at(1)->isVisible() && m_window->minimumSizeHint().width() <= 760);
+        QVERIFY(!crumbs.at(1)->isVisible() && m_w.window->minimumSizeHint().width() <= 760);
         QTest::mouseClick(bar->homeButton(), Qt::LeftButton);
-        QTRY_VERIFY(!m_window->showsMap() && !m_app->sidebar().selectedSourceID());
+        QTRY_VERIFY(!m_w.window->showsMap() && !m_w.app->sidebar().selectedSourceID());
     }
 
     void commands() {
         // On the gallery the map's mode and threshold have no map to act on.
-        QVERIFY(!action("sunburst")->isEnabled() && !m_window->thresholdSlider()->isEnabled());
+        QVERIFY(!action("sunburst")->isEnabled() && !m_w.window->thresholdSlider()->isEnabled());
         QVERIFY(scanHome());
-        QVERIFY(action("treemap")->isEnabled() && m_window->thresholdSlider()->isEnabled());
-        m_window->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-        QTest::keyClick(m_window.get(), Qt::Key_2, Qt::ControlModifier);
+        QVERIFY(action("treemap")->isEnabled() && m_w.window->thresholdSlider()->isEnabled());
+        m_w.window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_w.window.get()));
+        QTest::keyClick(m_w.window.get(), Qt::Key_2, Qt::ControlModifier);
         QCOMPARE(chart().visualizationMode(), VisualizationMode::treemap);
         QVERIFY(action("treemap")->isChecked() && !action("sunburst")->isChecked());
-        QTest::keyClick(m_window.get(), Qt::Key_1, Qt::ControlModifier);
+        QTest::keyClick(m_w.window.get(), Qt::Key_1, Qt::ControlModifier);
         QCOMPARE(chart().visualizationMode(), VisualizationMode::sunburst);
 
         focusChild("b"), focusChild("c");
-        QTest::keyClick(m_window.get(), Qt::Key_Up, Qt::ControlModifier);
+        QTest::keyClick(m_w.window.get(), Qt::Key_Up, Qt::ControlModifier);
         QCOMPARE(chart().focusedNode()->name(), "b");
-        QTest::keyClick(m_window.get(), Qt::Key_Up, Qt::ControlModifier | Qt::ShiftModifier);
+        QTest::keyClick(m_w.window.get(), Qt::Key_Up, Qt::ControlModifier | Qt::ShiftModifier);
         QCOMPARE(chart().focusedNode(), chart().rootNode());
         QVERIFY(!action("home")->isEnabled());
 
-        m_window->thresholdSlider()->setValue(250);
-        QCOMPARE(m_app->settings().smallerObjectsThresholdPercent(), 0.025);
-        QCOMPARE(m_window->thresholdLabel()->text(), QStringLiteral("2.5%"));
-        m_app->settings().setSmallerObjectsThresholdPercent(0.004);
-        QCOMPARE(m_window->thresholdSlider()->value(), 40);
+        m_w.window->thresholdSlider()->setValue(250);
+        QCOMPARE(m_w.app->settings().smallerObjectsThresholdPercent(), 0.025);
+        QCOMPARE(m_w.window->thresholdLabel()->text(), QStringLiteral("2.5%"));
+        m_w.app->settings().setSmallerObjectsThresholdPercent(0.004);
+        QCOMPARE(m_w.window->thresholdSlider()->value(), 40);
 
         // A favourite has no free space to show; Ctrl+R scans it again.
         QVERIFY(!action("showFreeSpace")->isEnabled());
         const NodePtr before = chart().rootNode();
-        QTest::keyClick(m_window.get(), Qt::Key_R, Qt::ControlModifier);
+        QTest::keyClick(m_w.window.get(), Qt::Key_R, Qt::ControlModifier);
         QTRY_VERIFY(chart().rootNode() && chart().rootNode() != before);
     }
 
     void scanningOverlay() {
         g_allowedSteps = 0;
-        m_app->sidebar().setSelectedSourceID(home());
-        ScanOverlay* overlay = m_window->overlay();
+        m_w.app->sidebar().setSelectedSourceID(home());
+        ScanOverlay* overlay = m_w.window->overlay();
         QTRY_VERIFY(overlay->isVisible());
         QCOMPARE(overlay->titleLabel()->text(), QStringLiteral("Scanning home…"));
         QCOMPARE(overlay->shownItems(), 0);
@@ -205,13 +192,13 @@ private slots:
 
         // Cancel returns to the gallery; the next selection scans to the end.
         QTest::mouseClick(overlay->cancelButton(), Qt::LeftButton);
-        QVERIFY(!overlay->isVisible() && !m_window->showsMap() &&
-                !m_app->sidebar().selectedSourceID());
+        QVERIFY(!overlay->isVisible() && !m_w.window->showsMap() &&
+                !m_w.app->sidebar().selectedSourceID());
 
         g_allowedSteps = 1000;
         QVERIFY(scanHome() && !overlay->isVisible());
-        QCOMPARE(m_window->breadcrumb()->crumbButtons().size(), 1);
-        QCOMPARE(m_window->windowTitle(), QStringLiteral("home — Ringfold"));
+        QCOMPARE(m_w.window->breadcrumb()->crumbButtons().size(), 1);
+        QCOMPARE(m_w.window->windowTitle(), QStringLiteral("home — Ringfold"));
     }
 
     // What the bar offers for what the list holds ("E" enabled, "-" disabled, "h"
@@ -219,8 +206,8 @@ private slots:
     // runs.
     void cleanupBarEnablement() {
         QVERIFY(scanHome());
-        CleanupListBar* bar = m_window->cleanupBar();
-        CleanupListStore& list = m_app->cleanupList();
+        CleanupListBar* bar = m_w.window->cleanupBar();
+        CleanupListStore& list = m_w.app->cleanupList();
         auto buttons = [bar] {
             QString out;
             for (QPushButton* b :
@@ -243,7 +230,7 @@ private slots:
         }
 
         std::atomic<bool> entered{false}, release{false};
-        m_model->fileOperations().setMover(
+        m_w.model->fileOperations().setMover(
             [&](const std::string& from, const std::string& to, FileTransfer::Report* r) {
                 entered = true;
                 while (!release)
@@ -251,12 +238,12 @@ private slots:
                 return FileTransfer::move(from, to, r);
             });
         m_fx.makeFolder("parked");
-        m_model->moveTo({node("empty.txt")}, QString::fromStdString(m_fx.fullPath("parked")));
+        m_w.model->moveTo({node("empty.txt")}, QString::fromStdString(m_fx.fullPath("parked")));
         QTRY_VERIFY(entered.load());
         QVERIFY(bar->cancelButton()->isVisible());
         QCOMPARE(buttons(), QStringLiteral("----E"));
         release = true;
-        QTRY_VERIFY(!m_model->operationRunning());
+        QTRY_VERIFY(!m_w.model->operationRunning());
         QCOMPARE(buttons(), QStringLiteral("EE-EE"));
     }
 
@@ -265,18 +252,18 @@ private slots:
     void cleanupBarSheetsAndAlert() {
         m_fx.writeFile("home/deep/f", 10);
         QVERIFY(scanHome());
-        SheetPresenter* sheets = m_window->sheets();
+        SheetPresenter* sheets = m_w.window->sheets();
         sheets->setFolderChooser(
             [this](QWidget*) { return QString::fromStdString(m_fx.fullPath("dest")); });
         m_fx.makeFolder("dest");
-        CleanupListBar* bar = m_window->cleanupBar();
-        CleanupListStore& list = m_app->cleanupList();
+        CleanupListBar* bar = m_w.window->cleanupBar();
+        CleanupListStore& list = m_w.app->cleanupList();
         auto run = [&](const std::function<void()>& start, const QString& title) {
             start();
             QTRY_VERIFY(sheets->currentDialog() && sheets->currentDialog()->isVisible());
             QCOMPARE(sheets->currentDialog()->windowTitle(), title);
             sheets->currentDialog()->accept();
-            QTRY_VERIFY(!m_model->operationRunning());
+            QTRY_VERIFY(!m_w.model->operationRunning());
             QCoreApplication::processEvents(); // the window takes the result on its next turn
         };
         auto click = [](QPushButton* button) {
@@ -286,7 +273,7 @@ private slots:
         // Delete takes the selected file along with the list.
         const std::string notesName(kNotes.substr(5));
         const NodePtr gone[] = {node("a"), node("a/x/1"), node("b/c"), node(notesName)};
-        m_model->setSelectedNode(gone[3]);
+        m_w.model->setSelectedNode(gone[3]);
         for (const char* name : {"a", "b/c"})
             list.add(node(name));
         QCOMPARE(bar->countText(), QStringLiteral("2 items selected"));
@@ -312,15 +299,15 @@ private slots:
         BiggestFilesModel& biggestRows = *biggestView()->tableModel();
         for (const NodePtr& n : gone) {
             QVERIFY(folderRows.rowOf(n.get()) < 0 && biggestRows.rowOf(n.get()) < 0);
-            for (const MapSegment& segment : m_window->chartView()->segments())
+            for (const MapSegment& segment : m_w.window->chartView()->segments())
                 QVERIFY(segment.node != n);
         }
         QVERIFY(!node("a") && !node("b/c") && node("b/3"));
-        QVERIFY(!m_model->selectedNode() && !chart().mapSelectionID() &&
-                !m_window->previewPane()->node() && !folderView()->table()->selectedRowNode() &&
+        QVERIFY(!m_w.model->selectedNode() && !chart().mapSelectionID() &&
+                !m_w.window->previewPane()->node() && !folderView()->table()->selectedRowNode() &&
                 !biggestView()->table()->selectedRowNode());
         action("moveToTrash")->trigger();
-        QVERIFY(!m_model->activeSheet());
+        QVERIFY(!m_w.model->activeSheet());
 
         list.add(node("b"));
         m_fx.remove("home/b/3"); // behind the tree's back: the move still goes

@@ -12,6 +12,7 @@
 #include "core/scan/ScanEngine.h"
 #include "support/ChildProcess.h"
 #include "ui/MainWindow.h"
+#include "ui/WindowTestSupport.h"
 #include "ui/ScanOverlay.h"
 #include "ui/SidebarView.h"
 
@@ -31,13 +32,10 @@ class SavedScanWindowTest : public QObject {
     Q_OBJECT
 
     test::FixtureTree m_fx;
-    std::unique_ptr<QSettings> m_settings;
-    std::unique_ptr<AppState> m_app;
-    std::unique_ptr<MainWindowModel> m_model;
-    std::unique_ptr<MainWindow> m_window;
+    test::TestWindow m_w;
 
-    ChartViewModel& chart() { return m_app->chart(); }
-    QAction* action(const char* name) { return m_window->findChild<QAction*>(name); }
+    ChartViewModel& chart() { return m_w.app->chart(); }
+    QAction* action(const char* name) { return m_w.window->findChild<QAction*>(name); }
     // A shell script standing in for pkexec: `body` runs before it hands over.
     std::vector<std::string> elevation(const char* name, const std::string& body) {
         const std::string script = "#!/bin/sh\n" + body + "\n";
@@ -47,7 +45,7 @@ class SavedScanWindowTest : public QObject {
     }
     bool showsTree() {
         return QTest::qWaitFor([this] {
-            return chart().rootNode() && m_window->showsMap() && !m_model->showsScanOverlay();
+            return chart().rootNode() && m_w.window->showsMap() && !m_w.model->showsScanOverlay();
         });
     }
 
@@ -58,21 +56,7 @@ private slots:
         qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_fx.fullPath("data")));
     }
 
-    void init() {
-        m_window.reset();
-        m_model.reset();
-        m_settings = std::make_unique<QSettings>(QString::fromStdString(m_fx.fullPath("s.conf")),
-                                                 QSettings::IniFormat);
-        m_app = apptest::makeAppState(m_settings.get(),
-                                      QString::fromStdString(m_fx.fullPath("fav.json")),
-                                      m_fx.fullPath("mountinfo"));
-        m_app->sidebar().addFavorite(m_fx.fullPath("home"));
-        m_model = std::make_unique<MainWindowModel>(*m_app);
-        m_model->coordinator().setDiagnostics(nullptr);
-        m_window = std::make_unique<MainWindow>(*m_model);
-        m_window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
-    }
+    void init() { QVERIFY(m_w.open(m_fx)); }
 
     void savedScanBrowsesButRefusesToActOnItsPaths() {
         ScanEngine engine(ScanSourceKind::favoriteFolder, 2);
@@ -84,28 +68,28 @@ private slots:
                                                    .timestamp = 1700000000}));
         std::fclose(out);
 
-        m_model->savedScans().open(file);
+        m_w.model->savedScans().open(file);
         QVERIFY(showsTree());
         const NodePtr root = chart().rootNode();
         QCOMPARE(root->allocatedSize(), live->root->allocatedSize());
-        QCOMPARE(m_app->sidebar().savedScans().at(0).lastScanDate, Timestamp(1700000000));
-        QVERIFY(m_window->sidebar()->rowOf(m_app->sidebar().savedScans().at(0).id));
+        QCOMPARE(m_w.app->sidebar().savedScans().at(0).lastScanDate, Timestamp(1700000000));
+        QVERIFY(m_w.window->sidebar()->rowOf(m_w.app->sidebar().savedScans().at(0).id));
 
         // Nothing that acts on the disk: not the list, the sheets, rescan or reveal.
         const NodePtr a = test::at(root.get(), "a")->shared();
-        m_app->cleanupList().add(a);
-        m_model->requestTrash(a);
-        m_model->requestMove(a);
-        QVERIFY(m_app->cleanupList().isEmpty() && !m_model->activeSheet());
+        m_w.app->cleanupList().add(a);
+        m_w.model->requestTrash(a);
+        m_w.model->requestMove(a);
+        QVERIFY(m_w.app->cleanupList().isEmpty() && !m_w.model->activeSheet());
         for (const char* name : {"rescan", "showInFileManager"}) {
             QVERIFY(!action(name)->isEnabled());
             QCOMPARE(action(name)->toolTip(), savedScanReason());
         }
         // Its tree can be saved again, and the copy reads back the same.
         const std::string again = m_fx.fullPath("again.json");
-        m_model->savedScans().saveAs(again);
-        QTRY_VERIFY(!m_model->savedScans().saving());
-        QVERIFY(m_window->statusBar()->currentMessage().startsWith(QStringLiteral("Saved")));
+        m_w.model->savedScans().saveAs(again);
+        QTRY_VERIFY(!m_w.model->savedScans().saving());
+        QVERIFY(m_w.window->statusBar()->currentMessage().startsWith(QStringLiteral("Saved")));
         const test::CommandResult read =
             test::runCommand({RINGFOLD_SCAN_BINARY, "-f", again, "--format=json"});
         QVERIFY(read.exitCode == 0 &&
@@ -114,49 +98,49 @@ private slots:
 
         // A file that is no saved scan leaves the list again, with the reason.
         m_fx.writeText("broken.json", "[1,2,{},[{\"name\":");
-        m_model->savedScans().open(m_fx.fullPath("broken.json"));
-        QTRY_VERIFY(m_window->findChild<QMessageBox*>(QStringLiteral("savedScanAlert")));
+        m_w.model->savedScans().open(m_fx.fullPath("broken.json"));
+        QTRY_VERIFY(m_w.window->findChild<QMessageBox*>(QStringLiteral("savedScanAlert")));
         const QString alert =
-            m_window->findChild<QMessageBox*>(QStringLiteral("savedScanAlert"))->text();
+            m_w.window->findChild<QMessageBox*>(QStringLiteral("savedScanAlert"))->text();
         QVERIFY2(alert.contains(QStringLiteral("broken.json")) && alert.contains(QStringLiteral("byte")),
                  qPrintable(alert));
-        QCOMPARE(m_app->sidebar().savedScans().size(), std::size_t(1));
-        QVERIFY(!m_window->showsMap());
+        QCOMPARE(m_w.app->sidebar().savedScans().size(), std::size_t(1));
+        QVERIFY(!m_w.window->showsMap());
     }
 
     void scanAsAdministratorThroughAStandIn() {
-        ScanCoordinator& coordinator = m_model->coordinator();
-        const Uuid home = m_app->sidebar().favorites().back().id;
-        m_app->sidebar().setSelectedSourceID(home);
+        ScanCoordinator& coordinator = m_w.model->coordinator();
+        const Uuid home = m_w.app->sidebar().favorites().back().id;
+        m_w.app->sidebar().setSelectedSourceID(home);
         QVERIFY(showsTree());
         const NodePtr before = chart().rootNode();
 
         // Refused (nothing written, a reason on standard error): the tree stays.
         coordinator.setElevation(elevation("refuse", "echo 'Not authorized' >&2; exit 127"),
                                  RINGFOLD_SCAN_BINARY);
-        m_model->savedScans().scanAsAdministrator(home);
-        QTRY_VERIFY(m_window->statusBar()->currentMessage().contains(QStringLiteral("Not authorized")));
+        m_w.model->savedScans().scanAsAdministrator(home);
+        QTRY_VERIFY(m_w.window->statusBar()->currentMessage().contains(QStringLiteral("Not authorized")));
         QVERIFY(showsTree() && chart().rootNode() == before);
 
         // Granted: the helper's export becomes the tree, as a scan would.
         const std::string marker = m_fx.fullPath("ran");
         coordinator.setElevation(elevation("grant", "touch '" + marker + "'; exec \"$@\""),
                                  RINGFOLD_SCAN_BINARY);
-        m_model->savedScans().scanAsAdministrator(home);
+        m_w.model->savedScans().scanAsAdministrator(home);
         QTRY_VERIFY(chart().rootNode() != before && showsTree());
         QCOMPARE(chart().rootNode()->allocatedSize(), before->allocatedSize());
         QVERIFY(::access(marker.c_str(), F_OK) == 0);
-        QVERIFY(!m_model->showsSavedScan()); // a live tree: the files can be acted on
+        QVERIFY(!m_w.model->showsSavedScan()); // a live tree: the files can be acted on
 
         // Cancelled while the helper waits (for a password, say): the scan stops at once.
         coordinator.setElevation(elevation("slow", "sleep 30; exec \"$@\""), RINGFOLD_SCAN_BINARY);
-        m_model->savedScans().scanAsAdministrator(home);
-        QTRY_VERIFY(m_window->overlay()->isVisible());
+        m_w.model->savedScans().scanAsAdministrator(home);
+        QTRY_VERIFY(m_w.window->overlay()->isVisible());
         QElapsedTimer clock;
         clock.start();
-        QTest::mouseClick(m_window->overlay()->cancelButton(), Qt::LeftButton);
+        QTest::mouseClick(m_w.window->overlay()->cancelButton(), Qt::LeftButton);
         QTRY_VERIFY(!coordinator.hasPendingScans());
-        QVERIFY(clock.elapsed() < 5000 && !m_window->showsMap());
+        QVERIFY(clock.elapsed() < 5000 && !m_w.window->showsMap());
     }
 };
 
