@@ -1,16 +1,11 @@
 #include "app/operations/FileOperations.h"
 
-#include "app/operations/FileTransfer.h"
-#include "app/operations/Trash.h"
+#include "app/operations/FileOperationsJob.h"
 #include "app/stores/CleanupListStore.h"
 #include "app/viewmodels/ChartViewModel.h"
 #include "core/model/TreeMutator.h"
 
-#include <QFile>
-
 #include <algorithm>
-#include <atomic>
-#include <cerrno>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -22,76 +17,7 @@ QString nameOf(const FileNode& node) {
     return QString::fromUtf8(node.name().data(), qsizetype(node.name().size()));
 }
 
-std::string destinationFor(const std::string& folder, const std::string& name) {
-    std::string path = folder;
-    if (path.empty() || path.back() != '/')
-        path += '/';
-    path += name;
-    return path;
-}
-
-// A move whose copy is complete but whose source is still partly there: say so, with
-// where the copy is and why the rest stayed.
-QString halfMovedMessage(const std::string& destination, const FileTransfer::Report& report,
-                         int error) {
-    const QString reason = error == ENOTEMPTY
-                               ? QStringLiteral("added or changed during the move")
-                               : QString::fromStdString(FileTransfer::message(error));
-    return QStringLiteral("copied to %1; %2 %3 could not be removed from the source: %4")
-        .arg(QFile::decodeName(QByteArray::fromStdString(destination)))
-        .arg(report.entriesLeft)
-        .arg(report.entriesLeft == 1 ? QStringLiteral("item") : QStringLiteral("items"))
-        .arg(reason);
-}
-
-// The entries of `paths` (relative to a holder's folder) at or below `within`, made
-// relative to the folder of the item `within` names.
-std::unordered_set<std::string> below(const std::unordered_set<std::string>& paths,
-                                      const std::string& within, const std::string& name) {
-    std::unordered_set<std::string> out;
-    for (const std::string& p : paths)
-        if (p.starts_with(within) && (p.size() == within.size() || p[within.size()] == '/'))
-            out.insert(name + p.substr(within.size()));
-    return out;
-}
-
 } // namespace
-
-// Everything the worker reads is fixed before it starts, apart from the atomics.
-struct FileOperations::Job {
-    struct Item {
-        NodePtr node;
-        std::string path;
-        std::string name;
-        QString displayName;
-        std::int64_t bytes = 0;
-        /// The batch's item that holds this one (a folder listed with its own file),
-        /// and this one's path from the holder's folder ("proj/sub/a.txt").
-        int holder = -1;
-        std::string pathInHolder;
-        /// Why the item is not acted on at all.
-        std::optional<QString> refusal;
-    };
-    Kind kind = Kind::trash;
-    std::string folder;
-    Evictor evictor;
-    Mover mover;
-    std::vector<Item> items;
-    std::int64_t bytesTotal = 0;
-    std::atomic<bool> cancelled{false};
-    std::atomic<int> itemsDone{0};
-    std::atomic<int> current{0};
-    std::atomic<std::int64_t> bytesDone{0};
-};
-
-struct FileOperations::ItemResult {
-    int index = 0;
-    std::optional<QString> error;
-    /// Went with its holder: nothing of its own happened on disk.
-    bool wentWithHolder = false;
-    /// A half-finished move: the source paths that are still there.
-    std::vector<std::string> leftBehind;
-};
 
 FileOperations::FileOperations(ChartViewModel& chart, CleanupListStore& cleanupList,
                                QObject* parent)
@@ -207,85 +133,9 @@ bool FileOperations::start(Kind kind, std::vector<NodePtr> nodes, std::string fo
         QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection);
     };
     m_worker = std::jthread([this, job, post] {
-        // What each item's own step did on disk, for the items listed inside it; for
-        // one that moved only in part, what stayed (relative to its folder) and which
-        // item's move that was.
-        enum class Fate : char { untouched, gone, partlyGone };
-        std::vector<Fate> fate(job->items.size(), Fate::untouched);
-        std::vector<std::unordered_set<std::string>> stayed(job->items.size());
-        std::vector<std::size_t> partMove(job->items.size());
-        std::size_t i = 0;
-        for (; i < job->items.size() && !job->cancelled; ++i) {
-            const Job::Item& item = job->items[i];
-            job->current = int(i);
-            ItemResult result;
-            result.index = int(i);
-            const auto holder = std::size_t(item.holder);
-            if (item.refusal) {
-                result.error = item.refusal;
-            } else if (item.holder >= 0 && fate[holder] == Fate::gone) {
-                result.wentWithHolder = true;
-                fate[i] = Fate::gone;
-            } else if (item.holder >= 0 && fate[holder] == Fate::partlyGone) {
-                if (stayed[holder].count(item.pathInHolder)) {
-                    // On its own it would land at the top of the destination, apart
-                    // from the rest of its folder's copy.
-                    result.error =
-                        QStringLiteral("not moved: it stayed in the source with what is left "
-                                       "of \u201C%1\u201D")
-                            .arg(job->items[partMove[holder]].displayName);
-                    fate[i] = Fate::partlyGone;
-                    partMove[i] = partMove[holder];
-                    stayed[i] = below(stayed[holder], item.pathInHolder, item.name);
-                } else {
-                    result.wentWithHolder = true;
-                    fate[i] = Fate::gone;
-                }
-            } else {
-                const std::int64_t before = job->bytesDone;
-                FileTransfer::Report report;
-                report.onBytes = [&job = *job](std::int64_t n) { job.bytesDone += n; };
-                const std::string destination = destinationFor(job->folder, item.name);
-                int error = 0;
-                switch (job->kind) {
-                case Kind::trash:
-                    result.error = Trash::moveToTrash(item.path);
-                    break;
-                case Kind::removeDownload:
-                    result.error = job->evictor(item.path);
-                    break;
-                case Kind::move:
-                    error = job->mover(item.path, destination, &report);
-                    break;
-                case Kind::copy:
-                    error = FileTransfer::copy(item.path, destination, &report);
-                    break;
-                }
-                if (error && report.entriesLeft > 0) {
-                    result.error = halfMovedMessage(destination, report, error);
-                    result.leftBehind = std::move(report.leftBehind);
-                    fate[i] = Fate::partlyGone;
-                    partMove[i] = i;
-                    stayed[i].insert(result.leftBehind.begin(), result.leftBehind.end());
-                } else if (error && !report.blocker.empty()) {
-                    // Refused before anything was copied: say what stands in the way.
-                    result.error =
-                        QStringLiteral(
-                            "nothing was moved: %1 can't be removed from the source (%2)")
-                            .arg(QFile::decodeName(QByteArray::fromStdString(report.blocker)),
-                                 QString::fromStdString(FileTransfer::message(error)));
-                } else if (error) {
-                    result.error = QString::fromStdString(FileTransfer::message(error));
-                }
-                if (item.holder < 0)
-                    job->bytesDone = before + item.bytes;
-                if (!result.error)
-                    fate[i] = Fate::gone;
-            }
-            ++job->itemsDone;
+        const int notStarted = job->run([&](ItemResult result) {
             post([this, result = std::move(result)] { apply(result); });
-        }
-        const int notStarted = int(job->items.size() - i);
+        });
         post([this, notStarted] {
             m_outcome.notStarted = notStarted;
             end();
