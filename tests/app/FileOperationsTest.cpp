@@ -1,10 +1,15 @@
 // Trash, move and copy on real files; the tree, map and cleanup list follow successes
 // only. A second file system is a tmpfs in a private mount namespace, entered at start-up
 // while the process has one thread: root only (see SKIP_OR_FAIL_QTEST).
+#include "app/operations/CopyManifest.h"
+#include "app/operations/CopyVerification.h"
 #include "app/operations/FileOperations.h"
 #include "app/operations/FileTransfer.h"
-#include "app/operations/FileTreeOps.h"
+#include "app/operations/FolderWalk.h"
+#include "app/operations/RemovabilityCheck.h"
+#include "app/operations/SourceRemoval.h"
 #include "app/operations/Trash.h"
+#include "app/operations/TreeCopy.h"
 #include "app/stores/CleanupListStore.h"
 #include "app/viewmodels/ChartViewModel.h"
 #include "core/junk/JunkClassifier.h"
@@ -373,7 +378,7 @@ private slots:
         QCOMPARE(::utimensat(AT_FDCWD, s.path("tree/sub/small.txt").c_str(), old, 0), 0);
         s.files.chmod("tree/sub", 0750);
         s.files.sparseFile("tree/sparse.bin", 64 << 20, 4096);
-        FileTreeOps::Fd sparse(::open(s.path("tree/sparse.bin").c_str(), O_WRONLY | O_CLOEXEC));
+        FolderWalk::Fd sparse(::open(s.path("tree/sparse.bin").c_str(), O_WRONLY | O_CLOEXEC));
         QCOMPARE(::pwrite(sparse.get(), "mid", 3, 40 << 20), ssize_t(3));
         s.files.writeFile("tree/links/a/one", 5000, 'l');
         s.files.hardLink("tree/links/a/one", "tree/links/b/c/two");
@@ -538,11 +543,11 @@ private slots:
         f.writeFiles({{"src/same.txt", 10}, {"src/grown.txt", 10}, {"src/sub/same.txt", 10}});
         f.writeFile("src/rewritten.txt", 10);
         f.hardLink("src/same.txt", "src/sub/link");
-        FileTreeOps::Fd root(::open(f.root().c_str(), O_DIRECTORY | O_CLOEXEC));
-        FileTreeOps::Manifest copied;
+        FolderWalk::Fd root(::open(f.root().c_str(), O_DIRECTORY | O_CLOEXEC));
+        CopyManifest copied;
         bool created = false;
         std::int64_t bytes = 0;
-        QCOMPARE(FileTreeOps::copyEntry(root.get(), "src", root.get(), "dst", created, &copied,
+        QCOMPARE(TreeCopy::copyEntry(root.get(), "src", root.get(), "dst", created, &copied,
                                         [&](std::int64_t written) { bytes += written; }),
                  0);
         QCOMPARE(bytes, std::int64_t(40));
@@ -554,7 +559,7 @@ private slots:
         QCOMPARE(::utimensat(root.get(), "src/rewritten.txt", times, 0), 0);
         f.writeFiles({{"src/sub/new.txt", 1}, {"src/newdir/new.txt", 1}});
         int firstError = 0;
-        QCOMPARE(FileTreeOps::removeCopied(root.get(), "src", copied, firstError), 4);
+        QCOMPARE(SourceRemoval::removeCopied(root.get(), "src", copied, firstError), 4);
         QCOMPARE(firstError, ENOTEMPTY);
         std::vector<std::string> left;
         for (const auto& entry : fs::recursive_directory_iterator(f.fullPath("src")))
@@ -577,7 +582,7 @@ private slots:
         f.chmod("shared/drop", 01777);
         QVERIFY(::chown(f.root().c_str(), 65534, 0) == 0 &&
                 ::chown(f.fullPath("shared").c_str(), 65534, 0) == 0);
-        FileTreeOps::Fd locked(::open(f.fullPath("imm/sub/locked.txt").c_str(), O_RDONLY));
+        FolderWalk::Fd locked(::open(f.fullPath("imm/sub/locked.txt").c_str(), O_RDONLY));
         int flags = 0;
         QCOMPARE(::ioctl(locked.get(), FS_IOC_GETFLAGS, &flags), 0);
         flags |= FS_IMMUTABLE_FL;
@@ -598,12 +603,12 @@ private slots:
                               Case{"bound", "bound/in/target.txt", EBUSY, false},
                               Case{"shared", "shared/drop/theirs.txt", EPERM, true}}) {
             const auto attempt = [&] {
-                FileTreeOps::Fd dir(::open(f.root().c_str(), O_DIRECTORY | O_CLOEXEC));
+                FolderWalk::Fd dir(::open(f.root().c_str(), O_DIRECTORY | O_CLOEXEC));
                 struct stat st {};
                 std::string blocker = "(none)";
                 ::fstatat(dir.get(), c.item.c_str(), &st, AT_SYMLINK_NOFOLLOW);
                 const int check =
-                    FileTreeOps::checkRemovable(dir.get(), c.item.c_str(), st.st_dev, &blocker);
+                    RemovabilityCheck::checkRemovable(dir.get(), c.item.c_str(), st.st_dev, &blocker);
                 const int move = FileTransfer::move(f.fullPath(c.item), mnt.path + "/" + c.item);
                 return std::to_string(check) + " " + std::to_string(move) + " " + blocker;
             };
@@ -631,10 +636,10 @@ private slots:
         QCOMPARE(moved, 0);
         QVERIFY(!fs::exists(files.fullPath("top")));
         for (const char* name : {"/copy", "/moved"}) {
-            FileTreeOps::Fd dir(::open((mnt.path + name).c_str(), O_DIRECTORY | O_CLOEXEC));
+            FolderWalk::Fd dir(::open((mnt.path + name).c_str(), O_DIRECTORY | O_CLOEXEC));
             for (int level = 0; level < 2000 && dir; ++level)
                 dir.reset(::openat(dir.get(), "d", O_DIRECTORY | O_CLOEXEC));
-            FileTreeOps::Fd leaf(dir ? ::openat(dir.get(), "leaf.txt", O_RDONLY) : -1);
+            FolderWalk::Fd leaf(dir ? ::openat(dir.get(), "leaf.txt", O_RDONLY) : -1);
             char text[16] = {};
             QVERIFY2(leaf && ::read(leaf.get(), text, sizeof text) == 6, name);
             QCOMPARE(std::string(text), std::string("bottom"));

@@ -1,6 +1,11 @@
 #include "app/operations/FileTransfer.h"
 
-#include "app/operations/FileTreeOps.h"
+#include "app/operations/CopyManifest.h"
+#include "app/operations/CopyVerification.h"
+#include "app/operations/FolderWalk.h"
+#include "app/operations/RemovabilityCheck.h"
+#include "app/operations/SourceRemoval.h"
+#include "app/operations/TreeCopy.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -15,7 +20,7 @@ namespace ringfold {
 
 namespace {
 
-using Fd = FileTreeOps::Fd;
+using Fd = FolderWalk::Fd;
 
 struct PathParts {
     std::string parent;
@@ -119,14 +124,14 @@ int prepare(const std::string& source, const std::string& destination, Endpoints
     return 0;
 }
 
-int copyInto(Endpoints& ep, FileTransfer::Report* report, FileTreeOps::Manifest* copied = nullptr) {
+int copyInto(Endpoints& ep, FileTransfer::Report* report, CopyManifest* copied = nullptr) {
     bool created = false;
     static const std::function<void(std::int64_t)> none;
-    int e = FileTreeOps::copyEntry(ep.srcParent.get(), ep.src.name.c_str(), ep.dstParent.get(),
+    int e = TreeCopy::copyEntry(ep.srcParent.get(), ep.src.name.c_str(), ep.dstParent.get(),
                                    ep.dst.name.c_str(), created, copied,
                                    report ? report->onBytes : none);
     if (e && created)
-        FileTreeOps::removeTree(ep.dstParent.get(), ep.dst.name.c_str(), true);
+        TreeCopy::removeTree(ep.dstParent.get(), ep.dst.name.c_str(), true);
     return e;
 }
 
@@ -153,29 +158,29 @@ int FileTransfer::move(const std::string& source, const std::string& destination
     if (e != EXDEV)
         return e;
 
-    if (int check = FileTreeOps::checkRemovable(ep.srcParent.get(), src, ep.st.st_dev,
+    if (int check = RemovabilityCheck::checkRemovable(ep.srcParent.get(), src, ep.st.st_dev,
                                                 report ? &report->blocker : nullptr))
         return check;
     if (::faccessat(ep.srcParent.get(), ".", W_OK | X_OK, 0) != 0)
         return errno;
-    FileTreeOps::Manifest copied;
+    CopyManifest copied;
     if (int failed = copyInto(ep, report, &copied))
         return failed;
     if (int differs =
-            FileTreeOps::verifyTree(ep.srcParent.get(), src, ep.dstParent.get(), dst, &copied)) {
-        FileTreeOps::removeTree(ep.dstParent.get(), dst, true);
+            CopyVerification::verifyTree(ep.srcParent.get(), src, ep.dstParent.get(), dst, &copied)) {
+        TreeCopy::removeTree(ep.dstParent.get(), dst, true);
         return differs;
     }
     // Only what was copied and is unchanged goes: a file saved into the folder or
     // changed meanwhile stays in the source, and the move reports it.
     int firstError = 0;
-    const int left = FileTreeOps::removeCopied(ep.srcParent.get(), src, copied, firstError);
+    const int left = SourceRemoval::removeCopied(ep.srcParent.get(), src, copied, firstError);
     if (left == 0)
         return 0;
     if (report) {
         report->entriesLeft = left;
         report->leftBehind.clear();
-        (void)FileTreeOps::listTree(ep.srcParent.get(), src, report->leftBehind);
+        (void)FolderWalk::listTree(ep.srcParent.get(), src, report->leftBehind);
     }
     return firstError;
 }
