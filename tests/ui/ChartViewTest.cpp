@@ -1,10 +1,12 @@
-// The map widget offscreen over a small volume: hit testing in both modes, clicks,
+// The map widget offscreen over a scan of a small fixture folder shown as a volume:
 // double clicks, the hub, Ctrl+click reveal, the two cards, when layout runs, and
 // where the picture lands. ctest runs it at device pixel ratio 1 and 2.
 #include "app/stores/CleanupListStore.h"
 #include "app/stores/SettingsStore.h"
 #include "app/viewmodels/ChartViewModel.h"
 #include "core/model/ByteFormat.h"
+#include "core/scan/ScanEngine.h"
+#include "support/FixtureTree.h"
 #include "support/MemoryTree.h"
 #include "ui/ChartView.h"
 #include "ui/MapInfoCard.h"
@@ -23,33 +25,35 @@
 #include <tuple>
 
 using namespace ringfold;
-using ringfold::test::MemoryTree;
 
 namespace {
 
-// vol: docs/{report 400k, notes 200k}, movie 280k, two small hidden files (17k, grouped),
-// on a 2 MB volume with 800k free: 303k of used space was never enumerated.
+// A scan of vol/: docs/{report 400k, notes 200k}, movie 280k, two small hidden files
+// (grouped), shown as a 2 MB volume with 800k free, so that the used space the scan
+// did not reach shows as inaccessible.
+NodePtr scanVolume(test::FixtureTree& fx) {
+    fx.writeFiles({{"vol/docs/report.pdf", 400'000}, {"vol/docs/notes.txt", 200'000},
+                   {"vol/movie.mkv", 280'000}, {"vol/.cache", 10'000}, {"vol/.profile", 7'000}});
+    ScanEngine engine(ScanSourceKind::favoriteFolder, 2, {.threads = 2, .diagnostics = nullptr});
+    return engine.scan(fx.fullPath("vol"))->root;
+}
+
 struct Fixture {
-    QTemporaryDir dir;
-    QSettings ini{dir.filePath("settings.conf"), QSettings::IniFormat};
+    test::FixtureTree fx;
+    QSettings ini{QString::fromStdString(fx.fullPath("settings.conf")), QSettings::IniFormat};
     SettingsStore settings{&ini};
     ChartViewModel model;
     CleanupListStore cleanup{&settings};
-    MemoryTree tree{"vol"};
-    FileNode* docs = tree.folder(tree.root(), "docs");
-    FileNode* movie = nullptr;
+    NodePtr root = scanVolume(fx);
+    FileNode* docs = test::at(root.get(), "docs");
+    FileNode* movie = test::at(root.get(), "movie.mkv");
+    // Used space the scan did not reach: the volume's used bytes less the tree's.
+    std::int64_t inaccessible = 2'000'000 - 800'000 - root->allocatedSize();
     std::vector<const FileNode*> revealed;
     ChartView view{model, cleanup, settings};
 
     explicit Fixture(QSize size = {600, 600}) {
-        tree.setRootPath("/vol");
-        tree.file(docs, "report.pdf", 400'000);
-        tree.file(docs, "notes.txt", 200'000);
-        movie = tree.file(tree.root(), "movie.mkv", 280'000);
-        tree.file(tree.root(), ".cache", 10'000, {.hidden = true});
-        tree.file(tree.root(), ".profile", 7'000, {.hidden = true});
-        tree.totalFolders();
-        model.setRoot(tree.rootPtr(), SpaceAccounting{2'000'000, 800'000, 897'000, 3}, true);
+        model.setRoot(root, SpaceAccounting{2'000'000, 800'000, root->allocatedSize(), 3}, true);
         view.setRevealHandler([this](const FileNode& n) { revealed.push_back(&n); });
         view.resize(size);
         view.show();
@@ -189,7 +193,7 @@ private slots:
     void doubleClickDrillsIntoFoldersOnly() {
         Fixture f;
         QTest::mouseDClick(&f.view, Qt::LeftButton, {}, f.at(f.find(f.movie)));
-        QCOMPARE(f.model.focusedNode().get(), f.tree.root());
+        QCOMPARE(f.model.focusedNode().get(), f.root.get());
         QTest::mouseDClick(&f.view, Qt::LeftButton, {}, f.at(f.find(f.docs)));
         QCOMPARE(f.model.focusedNode().get(), f.docs);
         QCOMPARE(f.model.history().size(), 2u);
@@ -209,7 +213,7 @@ private slots:
 
         f.model.focus(f.docs);
         f.click(f.centre().toPoint());
-        QCOMPARE(f.model.focusedNode().get(), f.tree.root());
+        QCOMPARE(f.model.focusedNode().get(), f.root.get());
         QCOMPARE(f.model.history().size(), 3u); // root, docs, root
         QCOMPARE(f.model.historyIndex(), 2);
         QVERIFY(!f.model.showFreeSpace());
@@ -224,17 +228,20 @@ private slots:
         f.click(f.at(inaccessible));
         QVERIFY(card->isVisible());
         QCOMPARE(card->lines(), (QStringList{"Inaccessible Space",
-                                             QString::fromStdString(formatByteCount(303'000)),
+                                             QString::fromStdString(formatByteCount(f.inaccessible)),
                                              "(3 items inaccessible due to permissions)"}));
         f.click(f.at(inaccessible));
         QVERIFY(!card->isVisible());
 
         MapInfoCard* hiddenCard = f.view.hiddenItemsCard();
         f.click(f.at(hidden));
-        QVERIFY(hiddenCard->isVisible() && f.view.hiddenInfoParent() == f.tree.root());
+        QVERIFY(hiddenCard->isVisible() && f.view.hiddenInfoParent() == f.root.get());
         const QStringList lines = hiddenCard->lines();
         QCOMPARE(lines.value(1),
-                 "2 hidden items · " + QString::fromStdString(formatByteCount(17'000)));
+                 "2 hidden items · " +
+                     QString::fromStdString(formatByteCount(
+                         test::at(f.root.get(), ".cache")->allocatedSize() +
+                         test::at(f.root.get(), ".profile")->allocatedSize())));
         QVERIFY(lines.value(2).startsWith(".cache\t")); // largest first
         f.click(f.at(hidden));
         QVERIFY(!hiddenCard->isVisible());
