@@ -1,6 +1,7 @@
 // The map widget offscreen over a scan of a small fixture folder shown as a volume:
-// hit testing in both modes, clicks, double clicks, the hub, Ctrl+click reveal, the two cards, when layout runs, and
-// where the picture lands. ctest runs it at device pixel ratio 1 and 2.
+// hit testing in both modes, clicks, double clicks, the hub, Ctrl+click reveal, the
+// two cards, when layout runs, and where the picture lands. ctest runs it at device
+// pixel ratio 1 and 2.
 #include "app/stores/CleanupListStore.h"
 #include "app/stores/SettingsStore.h"
 #include "app/viewmodels/ChartViewModel.h"
