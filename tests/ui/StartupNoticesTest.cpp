@@ -96,6 +96,16 @@ private slots:
             if (buttons->buttonRole(b) == QDialogButtonBox::RejectRole) // continue without
                 b->click();
         QVERIFY(settings.fdaOnboardingDismissed());
+        QVERIFY(!onboarding.findChild<QPushButton*>(QStringLiteral("scanAsAdministrator")));
+
+        // Outside a sandbox it also offers the administrator's scan, which dismisses it too.
+        settings.setFdaOnboardingDismissed(false);
+        int asked = 0;
+        AccessOnboarding offering(settings, [&asked] { ++asked; });
+        auto* admin = offering.findChild<QPushButton*>(QStringLiteral("scanAsAdministrator"));
+        QVERIFY(admin);
+        admin->click();
+        QVERIFY(asked == 1 && settings.fdaOnboardingDismissed());
     }
 };
 
