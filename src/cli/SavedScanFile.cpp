@@ -16,8 +16,7 @@ std::optional<std::string> loadSavedScan(const std::string& file, std::optional<
     if (in != stdin)
         std::fclose(in);
     if (!r.result)
-        return (file == "-" ? std::string("standard input") : "'" + file + "'") + ": byte " +
-               std::to_string(r.errorOffset) + ": " + r.error;
+        return r.describeError(file == "-" ? std::string("standard input") : "'" + file + "'");
     result = std::move(r.result);
     counts = r.counts;
     return std::nullopt;

@@ -4,6 +4,7 @@
 
 #include "core/io/NcduImport.h"
 #include "core/model/FileNode.h"
+#include "core/scan/ScanSupport.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -23,8 +24,7 @@ void checkSums(const FileNode* root) {
             continue;
         std::int64_t allocated = 0;
         for (const FileNode* c = n->firstChild(); c; c = c->nextSibling()) {
-            if (__builtin_add_overflow(allocated, c->allocatedSize(), &allocated))
-                allocated = INT64_MAX;
+            allocated = addBytes(allocated, c->allocatedSize());
             stack.push_back(c);
         }
         if (allocated != n->allocatedSize())

@@ -1,6 +1,7 @@
 #include "core/io/NcduImport.h"
 
 #include "core/io/ImportedTreeBuilder.h"
+#include "core/scan/ScanSupport.h"
 
 #include <rapidjson/error/en.h>
 #include <rapidjson/filereadstream.h>
@@ -351,9 +352,8 @@ bool Builder::endInfo() {
     m_state = State::items;
     // Stop and progress are looked at in batches: an entry costs well under a
     // microsecond, an atomic and a stop test per entry would show.
-    if (!m_entry.isFolder && __builtin_add_overflow(m_unreportedBytes, m_entry.allocatedSize,
-                                                    &m_unreportedBytes))
-        m_unreportedBytes = std::numeric_limits<std::int64_t>::max();
+    if (!m_entry.isFolder)
+        m_unreportedBytes = addBytes(m_unreportedBytes, m_entry.allocatedSize);
     if (++m_unreported == 4096) {
         report();
         if (m_stop.stop_requested()) {

@@ -34,6 +34,11 @@ struct NcduImport {
     /// When the scan was made, from the file's metadata, if it says.
     std::optional<Timestamp> timestamp;
 
+    /// "<source>: byte N: <error>", the message of a refused file.
+    std::string describeError(const std::string& source) const {
+        return source + ": byte " + std::to_string(errorOffset) + ": " + error;
+    }
+
     /// Folders nested deeper than this are rejected.
     static constexpr std::size_t kMaxDepth = std::size_t(1) << 20;
     /// Bytes the parser may hold at once: one name or key, plus 8 or so per open level.

@@ -21,10 +21,6 @@ namespace ringfold {
 
 namespace {
 
-std::string describeImportError(const std::string& what, const NcduImport& r) {
-    return what + ": byte " + std::to_string(r.errorOffset) + ": " + r.error;
-}
-
 // The helper's pipes as seen from our side, read through a FILE so that the importer
 // needs no other kind of stream. Standard error is collected on the way (its last
 // few KiB: the reason a refused or failed helper gives), and a stop wakes the reader
@@ -111,7 +107,7 @@ std::optional<ScanResult> SavedScanBackend::scan(const std::string& file, std::s
     if (r.cancelled)
         return std::nullopt;
     if (!r.result)
-        throw std::runtime_error(describeImportError("'" + file + "'", r));
+        throw std::runtime_error(r.describeError("'" + file + "'"));
     m_counts = r.counts;
     m_timestamp = r.timestamp;
     r.result->root->tree().setRecord(true);
@@ -204,7 +200,7 @@ std::optional<ScanResult> ElevatedScanBackend::scan(const std::string& path, std
                       ? args.front() + " ended with status " + std::to_string(WEXITSTATUS(status))
                       : args.front() + " was stopped by signal " + std::to_string(WTERMSIG(status));
         throw std::runtime_error(helperFailed ? why
-                                              : describeImportError("the scanner's output", r));
+                                              : r.describeError("the scanner's output"));
     }
     m_counts = r.counts;
     ScanResult result = std::move(*r.result);
