@@ -113,12 +113,12 @@ void SidebarView::addSourceRow(const ScanSource& source) {
         parts << (source.kind == ScanSourceKind::savedScan ? QStringLiteral("Reading…")
                                                            : QStringLiteral("Scanning…"));
     } else if (source.kind == ScanSourceKind::savedScan) {
+        // The scan's date and size: the row is narrow, and its file is in the tooltip.
         if (source.lastScanDate)
-            parts << QStringLiteral("Scanned ") +
-                         QLocale().toString(QDateTime::fromSecsSinceEpoch(*source.lastScanDate).date(),
-                                            QLocale::ShortFormat);
-        if (auto indexed = indexedText(source))
-            parts << *indexed;
+            parts << QLocale().toString(QDateTime::fromSecsSinceEpoch(*source.lastScanDate).date(),
+                                        QLocale::ShortFormat);
+        if (source.lastScanAllocatedSize)
+            parts << byteText(*source.lastScanAllocatedSize);
     } else if (source.lastScanWasRestricted) {
         parts << restrictedText();
         tip = restrictedHelp();
